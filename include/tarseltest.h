@@ -1,0 +1,146 @@
+// Tarseltest's own declarations: globals, dispatch, loading, controller
+// lists, console utilities and menus.
+#ifndef TARSELTEST_H
+#define TARSELTEST_H
+
+#include <stdio.h>
+
+#include <atomic>
+
+#include "kv.h"
+#include "tarsel.h"
+
+#define TLT_PRINTF(fmt, first) __attribute__((format(printf, fmt, first)))
+
+#define TARSELTEST_VERSION "5.35"
+
+/* ---- selected-controller cache ---- */
+typedef struct _TLT_CTRL_DATA {
+    U32 ctrlId;
+    KV_SAS_CONNECTORS sasConnectors;
+    KV_CTRL_INFO ctrlInfo;
+} _TLT_CTRL_DATA;
+
+/* ---- entry points and library state (loading) ---- */
+/* The entry point in use; atomic because library callbacks issue commands
+   from the library's own thread. */
+extern std::atomic<ProcessLibCommandFunc> pfnProcessLibCommand;
+extern ProcessLibCommandFunc pfnProcessLibCommandKV;
+extern ProcessLibCommandFunc pfnProcessLibCommandPX;
+extern ProcessLibCommandFunc pfnProcessLibCommandPX2;
+extern ProcessLibCommandFunc pfnProcessLibCommandPX3;
+extern void* dllInstanceKV;
+extern void* dllInstancePX;
+extern void* dllInstancePX2;
+extern void* dllInstancePX3;
+extern int libKVPresent, libPXPresent, libPX2Present, libPX3Present;
+
+/* ---- controller lists and selection ---- */
+extern _TL_CTRL_LIST_T gCtrlList, gCtrlListKV, gCtrlListPX, gCtrlListPX2, gCtrlListPX3;
+extern int gTotalControllers;
+extern int gSelController;
+extern _TLT_CTRL_DATA gCtrlData;
+
+/* ---- modes and options ---- */
+extern int gBVTMode;
+extern U8 gTestGroup;
+extern char gFwFile[256];
+
+/* ---- event popup tables (cleared at start) ---- */
+extern U32 gAenPopupWin[64];
+extern U32 gAenPopupWinPX[64];
+
+/* ---- console ---- */
+extern int numLines;
+extern FILE* fp;
+
+/* dispatch (dispatch.cpp) */
+U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block);
+/* Clear the first 32 bytes of the block and set type, code and the selected
+   controller's list word (0 when none is selected). */
+void InitCmdBlock(_TL_LIB_CMD_PARAM_T* block, U8 cmdType, U8 cmd);
+/* The selected controller's whole list word (0 when none is selected). */
+U32 SelectedCtrlWord(void);
+/* Family code (top byte) of the selected controller; -1 when none. */
+int SelectedFamily(void);
+
+/* loading, initialisation and shutdown (main.cpp) */
+U32 InitializeLibraryKV(void);
+U32 InitializeLibraryPX(void);
+U32 InitializeLibraryPX2(void);
+U32 InitializeLibraryPX3(void);
+U32 InitializeLibrary(void);
+U32 UnInitializeLibrary(void);
+void unloadDLL(int code);
+void unloadDLLs(void);
+[[noreturn]] void ExitApp(void);
+void sighdlr(int sig);
+U32 GetLibraryVersion(int code);
+
+/* event registrations touched at start and exit */
+U32 UnregisterAENByIndex(int index);
+void ClearRegistrationTables(void);
+
+/* controller lists (ctrllist.cpp) */
+void mergeControllerLists(void);
+void displayControllerList(const _TL_CTRL_LIST_T* list);
+void selectController(void);
+U32 GetCtrlList(void);
+U32 SendDCMDPassThru(_TL_DCMD_INPUT_T* input);
+U32 GetSASConnectorFunc(KV_SAS_CONNECTORS* buffer);
+extern const char* connectorTypes[4];
+/* connectorTypes text of a location, "Unknown" for a value past the table. */
+const char* ConnectorTypeText(U8 location);
+
+/* controller information fetch (groups/controller.cpp) */
+U32 GetCtrlInfoFunc(KV_CTRL_INFO* info);
+
+/* console utilities (console.cpp) */
+int my_printf(const char* format, ...) TLT_PRINTF(1, 2);
+void flush_input(void);
+int CheckENTER(char* buffer);
+void GetInteger(const char* prompt, int* value);
+int HexDump(FILE* stream, const U8* bytes, U32 length);
+void FormatSASAddr(U64 address, char* buffer);
+char* Print64(U64 value, char* buffer, int size);
+void swapBytes(const void* source, void* destination, U32 length);
+int isLeap(int year);
+int InterpretTime(U32 time, char* buffer);
+/* Read one line and convert it like scanf "%d" followed by flush_input.
+   Returns 1 and stores the number when the line starts with a number that
+   fits an int; returns 0 and stores 0 otherwise. End of input: ExitApp. */
+int ReadIntLine(int* value);
+/* Read one character (getchar); end of input: ExitApp. */
+int ReadChar(void);
+/* Flush standard output before a read so prompts show through a pipe. */
+void FlushPrompt(void);
+
+/* menus (menus.cpp) */
+[[noreturn]] void displayMainMenu(void);
+int showSystemMenu(void);
+int showControllerMenu(void);
+int showPDMenu(void);
+int showLDMenu(void);
+int BreakMirrorMenu(void);
+int showConfigMenu(void);
+int showBVTMenu(void);
+int showBBUMenu(void);
+int showPassthruMenu(void);
+int showEventMenu(void);
+int showEnclMenu(void);
+int showKeyManagementMenu(void);
+int showSnapshotMenu(void);
+int ScheduleSnapshotSubMenu(void);
+int showOobMenu(void);
+
+/* build verification (bvt/) */
+extern int gPrintEnable;
+void myInitAPICalls(void);
+/* API-name table lookups; a type or code past the table gives "". */
+const char* BVTTypeName(U8 cmdType);
+const char* BVTCommandName(U8 cmdType, U8 cmd);
+void BVTPrintStatus(const char* desc, const char* api, int rval, double timetorun);
+void DumpParams(const _TL_LIB_CMD_PARAM_T* block);
+void BVTTestAPI(void);
+
+#endif

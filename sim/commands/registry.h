@@ -1,0 +1,42 @@
+// Command registry of the simulated library: every command file registers
+// its handlers here; the entry point looks them up by type and code (and,
+// for firmware direct commands, by opcode).
+#ifndef TARSELSIM_REGISTRY_H
+#define TARSELSIM_REGISTRY_H
+
+#include "kfistat.h"
+#include "model/model.h"
+#include "tarsel.h"
+
+namespace tarselsim {
+
+struct CmdContext {
+    Library& lib;
+    Controller* ctrl;              // the addressed controller; null for system commands
+    _TL_LIB_CMD_PARAM_T* blk;
+};
+
+// A handler returns the library status. Non-system commands reach their
+// handler only with a valid controller (else the library's invalid-controller
+// status is returned before).
+using Handler = U32 (*)(CmdContext&);
+// Direct-command handler: the input record and the addressed controller.
+using DcmdHandler = U32 (*)(CmdContext&, _TL_DCMD_INPUT_T& in);
+
+void RegisterCommand(U8 type, U8 code, Handler h);
+void RegisterDcmd(U32 opcode, DcmdHandler h);
+
+// The status for a dataSize that is not the record's size, or a null pData.
+U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected);
+
+// Registration functions, one per command file; called once at load.
+void RegisterSystemCommands();
+void RegisterPassthruCommands();
+void RegisterCtrlCommands();
+void RegisterPdCommands();
+void RegisterLdCommands();
+void RegisterConfigCommands();
+
+} // namespace tarselsim
+
+#endif

@@ -1,0 +1,11 @@
+# Writes a C++ source holding every preset scenario as a string.
+file(GLOB presets ${DIR}/*.toml)
+set(body "// Generated: the preset scenarios compiled into the simulated library.\n#include <cstddef>\nnamespace tarselsim {\nstruct EmbeddedPreset { const char* name; const char* text; };\nextern const EmbeddedPreset kEmbeddedPresets[] = {\n")
+foreach(p ${presets})
+  get_filename_component(name ${p} NAME_WE)
+  file(READ ${p} text)
+  set(body "${body}  {\"${name}\", R\"__toml__(${text})__toml__\"},\n")
+endforeach()
+set(body "${body}  {nullptr, nullptr}\n};\n}\n")
+file(WRITE ${OUT}.tmp "${body}")
+configure_file(${OUT}.tmp ${OUT} COPYONLY)

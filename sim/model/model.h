@@ -1,0 +1,200 @@
+// The simulated controller firmware's state: controllers, enclosures,
+// drives, arrays, logical drives, hot spares. Command handlers in
+// sim/commands/ read and change it; the scenario loader builds it.
+#ifndef TARSELSIM_MODEL_H
+#define TARSELSIM_MODEL_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kv.h"
+#include "tarsel.h"
+
+namespace tarselsim {
+
+// Firmware drive states (the codes of the drive-state word).
+enum DriveState : U16 {
+    PD_UNCONFIGURED_GOOD = 0x00,
+    PD_UNCONFIGURED_BAD = 0x01,
+    PD_HOT_SPARE = 0x02,
+    PD_OFFLINE = 0x10,
+    PD_FAILED = 0x11,
+    PD_REBUILD = 0x14,
+    PD_ONLINE = 0x18,
+    PD_COPYBACK = 0x20,
+    PD_JBOD = 0x40,
+};
+
+struct Progress {
+    bool active = false;
+    U16 progress = 0; // 0..65535
+    U16 seconds = 0;
+};
+
+struct Drive {
+    U16 deviceId = 0;
+    U16 seqNum = 1;
+    U16 enclDeviceId = 0xFFFF; // 0xFFFF: not in an enclosure
+    U8 enclIndex = 0xFF;
+    U8 slot = 0xFF;
+    U8 scsiDevType = 0;        // 0 disk, 13 SES enclosure, ...
+    U8 portBitmap = 1;
+    U64 sasAddr[2] = {0, 0};
+    U8 pathCount = 1;
+    std::string vendor = "SIMVEND";
+    std::string product = "SIMDISK";
+    std::string revision = "0001";
+    std::string serial;
+    U64 rawSize = 0;           // 512-byte blocks
+    U64 nonCoercedSize = 0;
+    U64 coercedSize = 0;
+    U8 interfaceType = 1;      // 0 unknown, 1 SAS, 2 SATA (DDF interface)
+    U8 mediaType = 0;          // 0 rotational, 1 SSD
+    U8 deviceSpeed = 3;        // 0 unknown, 1 1.5G, 2 3G, 3 6G, 4 12G
+    U8 linkSpeed = 3;
+    U16 state = PD_UNCONFIGURED_GOOD;
+    U8 powerState = 0;         // 0 active, 1 stopped
+    U8 temperature = 30;
+    U32 mediaErrCount = 0;
+    U32 otherErrCount = 0;
+    U32 predFailCount = 0;
+    bool foreign = false;
+    bool exposedToHost = false;
+    U16 security = 0;
+    Progress rebuild, patrol, clear;
+};
+
+struct Enclosure {
+    U16 deviceId = 0;
+    U8 index = 0;
+    U8 slotCount = 0;
+    U8 psCount = 0, fanCount = 0, tempSensorCount = 0, alarmCount = 0, simCount = 0;
+    U8 type = 2;               // 0 Unknown, 1 Safte, 2 Ses, 3 Sgpio
+    U8 position = 1;           // position in chain
+    U8 connectorIndex = 0;
+    U8 slotOffset = 0;
+    bool fault = false;
+    U64 sasAddr = 0;
+    std::string vendor = "SIMVEND";
+    std::string product = "SIMENCL";
+};
+
+// An array: an ordered list of drive slots (0xFFFF marks a missing drive).
+struct Array {
+    U16 ref = 0;
+    U16 seqNum = 1;
+    std::vector<U16> drives;
+    U64 size = 0;              // usable blocks per drive
+};
+
+struct LogicalDrive {
+    U8 targetId = 0;
+    U16 seqNum = 1;
+    std::string name;
+    U8 raidLevel = 0;          // primary RAID level (PRL)
+    U8 stripSize = 7;          // exponent
+    std::vector<U16> arrays;   // array refs spanned
+    std::vector<U64> spanStart; // first block used in each spanned array (same order as arrays)
+    U64 numBlocks = 0;         // blocks used on each drive of each span
+    U64 size = 0;              // blocks (user data)
+    U8 state = 3;              // 0 offline, 1 partially degraded, 2 degraded, 3 optimal
+    // readPolicy 0 no read ahead, 1 read ahead, 2 adaptive; writePolicy 0 write
+    // through, 1 write back, 2 write back even with a bad battery; ioPolicy 0
+    // direct, 1 cached; diskCachePolicy and accessPolicy carry the record codes
+    // (0 unchanged/1 enabled/2 disabled; 0 read write/2 read only/3 blocked).
+    U8 readPolicy = 0, writePolicy = 0, ioPolicy = 0, diskCachePolicy = 0, accessPolicy = 0;
+    U8 powerPolicy = 0xFE;
+    U8 encryption = 0;
+    bool isSSCD = false;
+    Progress cc, bgi, fgi, recon;
+};
+
+struct HotSpare {
+    U16 deviceId = 0;
+    bool dedicated = false;
+    std::vector<U16> arrays;
+};
+
+// Capability words and identity of one controller, used to build its
+// information record.
+struct Controller {
+    U32 ctrlId = 0;            // low 24 bits of the list word
+    KV_CTRL_INFO info{};       // identity, limits, capability bits (counts are derived)
+    KV_CTRL_PROP props{};      // current properties (seqNum bumps on every write)
+    _KV_MFC_DEFAULTS mfc{};
+    KV_SAS_CONNECTORS connectors{};
+    std::string driverSignature = "TARSELSIM", osName = "Linux", osVersion = "6.1",
+                driverName = "tarsel_sas", driverVersion = "07.700.52.00", driverReleaseDate = "2026-10-01";
+    std::vector<Enclosure> enclosures;
+    // Every device the controller sees: disks, other SCSI devices, and each
+    // enclosure's own SES device (scsiDevType 13, enclDeviceId == deviceId,
+    // slot = the enclosure's connector index, enclIndex = its position).
+    std::vector<Drive> drives;
+    std::vector<Array> arrays;
+    std::vector<LogicalDrive> lds;
+    std::vector<HotSpare> spares;
+    U16 configSeqNum = 1;
+
+    Drive* findDrive(U16 id);
+    Enclosure* findEnclosure(U16 id);
+    LogicalDrive* findLD(U8 targetId);
+    Array* findArray(U16 ref);
+    HotSpare* findSpare(U16 deviceId);
+    const Drive* findDrive(U16 id) const;
+    const Enclosure* findEnclosure(U16 id) const;
+    const LogicalDrive* findLD(U8 targetId) const;
+    const Array* findArray(U16 ref) const;
+};
+
+// Drive-state names as the scenario files write them ("unconfigured-good",
+// "online", ...); nullptr for a code without a name.
+const char* DriveStateName(U16 state);
+// The state code of a name, or nothing for an unknown name.
+std::optional<U16> DriveStateFromName(const std::string& name);
+// Logical-drive state names: "offline", "partially-degraded", "degraded", "optimal".
+const char* LdStateName(U8 state);
+std::optional<U8> LdStateFromName(const std::string& name);
+
+struct Fault {
+    U8 type = 0;
+    U8 code = 0;
+    U32 opcode = 0;            // direct-command opcode, 0 for any (type 6 code 3 only)
+    U32 occurrence = 0;        // 1-based; 0 means every occurrence
+    U32 status = 0;
+    U32 seen = 0;
+};
+
+// The virtual clock: firmware seconds since 2000-01-01 00:00:00.
+struct VirtualClock {
+    bool fixed = false;        // true: time stands still (plus explicit advances)
+    U32 start = 0;             // firmware seconds at load
+    double scale = 1.0;        // real seconds to virtual seconds
+    double realBase = 0;       // monotonic real time at load, seconds
+    double advanced = 0;       // seconds added by AdvanceClock
+};
+
+// One library variant's whole state.
+struct Library {
+    int family = TL_FAMILY_KV;
+    bool initialized = false;
+    U8 flags = TL_CTRL_LIST_SIM_MODE;
+    std::string versionMajor = "07.07"; // stored into _TL_LIB_VER_T
+    std::string versionMinor = "00.01";
+    U32 initStatus = 0;               // non-zero: TL_INIT_LIB fails with it
+    std::string scenarioError;        // non-empty: the scenario was refused
+    std::vector<Controller> controllers;
+    std::vector<Fault> faults;
+    std::vector<std::pair<U8, U8>> oobAddresses; // received at TL_INIT_LIB
+    bool scenarioLoaded = false;      // the scenario is read once, at the first TL_INIT_LIB
+    std::string scenarioName;         // as resolved (preset name or file path)
+    VirtualClock clock;
+
+    Controller* findController(U32 ctrlId); // by the low 24 bits
+};
+
+} // namespace tarselsim
+
+#endif

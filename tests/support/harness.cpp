@@ -1,0 +1,160 @@
+// Child-process runner for the transcript tests.
+#include "harness.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+std::string MakeTempDir() {
+    const char* base = getenv("TMPDIR");
+    std::string tmpl = std::string(base && *base ? base : "/tmp") + "/tarseltest-XXXXXX";
+    std::vector<char> buf(tmpl.begin(), tmpl.end());
+    buf.push_back('\0');
+    if (!mkdtemp(buf.data())) return "/tmp";
+    return buf.data();
+}
+
+void WriteFile(const std::string& path, const std::string& text) {
+    std::ofstream f(path, std::ios::binary);
+    f << text;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    if (!f) return "";
+    std::ostringstream ss;
+    ss << f.rdbuf();
+    return ss.str();
+}
+
+} // namespace
+
+std::string RunResult::file(const std::string& name) const { return ReadFile(workdir + "/" + name); }
+
+bool RunResult::hasFile(const std::string& name) const { return access((workdir + "/" + name).c_str(), F_OK) == 0; }
+
+RunResult RunTool(const RunSpec& spec) {
+    RunResult r;
+    r.workdir = MakeTempDir();
+    for (const auto& [name, text] : spec.files) WriteFile(r.workdir + "/" + name, text);
+    std::string scenario = spec.scenario;
+    if (!spec.scenarioText.empty()) {
+        scenario = r.workdir + "/scenario.toml";
+        WriteFile(scenario, spec.scenarioText);
+    }
+    std::string tracePath = r.workdir + "/.simtrace";
+
+    int inPipe[2], outPipe[2];
+    if (pipe(inPipe) != 0 || pipe(outPipe) != 0) return r;
+    pid_t pid = fork();
+    if (pid == 0) {
+        dup2(inPipe[0], 0);
+        dup2(outPipe[1], 1);
+        dup2(outPipe[1], 2);
+        close(inPipe[0]);
+        close(inPipe[1]);
+        close(outPipe[0]);
+        close(outPipe[1]);
+        if (chdir(r.workdir.c_str()) != 0) _exit(126);
+        setenv("TARSELTEST_LIBDIR", spec.libdir.empty() ? TARSEL_SIM_DIR : spec.libdir.c_str(), 1);
+        setenv("TARSEL_SIM_SCENARIO", scenario.c_str(), 1);
+        setenv("TARSEL_SIM_TRACE", tracePath.c_str(), 1);
+        setenv("TARSEL_SIM_CLOCK", "fixed", 0);
+        for (const auto& [k, v] : spec.env) setenv(k.c_str(), v.c_str(), 1);
+        std::vector<char*> argv;
+        argv.push_back(const_cast<char*>(TARSELTEST_BIN));
+        for (const auto& a : spec.args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        execv(TARSELTEST_BIN, argv.data());
+        _exit(127);
+    }
+    close(inPipe[0]);
+    close(outPipe[1]);
+    signal(SIGPIPE, SIG_IGN);
+    fcntl(inPipe[1], F_SETFL, O_NONBLOCK);
+    size_t written = 0;
+    bool inOpen = true;
+    if (spec.input.empty()) {
+        close(inPipe[1]);
+        inOpen = false;
+    }
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(spec.timeoutSeconds);
+    char buf[65536];
+    for (;;) {
+        struct pollfd fds[2];
+        int n = 0;
+        fds[n++] = {outPipe[0], POLLIN, 0};
+        if (inOpen) fds[n++] = {inPipe[1], POLLOUT, 0};
+        int rc = poll(fds, n, 100);
+        if (rc > 0) {
+            if (fds[0].revents & (POLLIN | POLLHUP)) {
+                ssize_t got = read(outPipe[0], buf, sizeof buf);
+                if (got <= 0) break;
+                r.out.append(buf, got);
+            }
+            if (inOpen && (fds[1].revents & (POLLOUT | POLLERR | POLLHUP))) {
+                ssize_t put = write(inPipe[1], spec.input.data() + written, spec.input.size() - written);
+                if (put > 0) written += put;
+                if (put < 0 || written >= spec.input.size()) {
+                    close(inPipe[1]);
+                    inOpen = false;
+                }
+            }
+        }
+        if (std::chrono::steady_clock::now() > deadline) {
+            r.timedOut = true;
+            kill(pid, SIGKILL);
+            break;
+        }
+    }
+    if (inOpen) close(inPipe[1]);
+    close(outPipe[0]);
+    int st = 0;
+    waitpid(pid, &st, 0);
+    r.status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
+    std::istringstream trace(ReadFile(tracePath));
+    for (std::string line; std::getline(trace, line);) r.trace.push_back(line);
+    return r;
+}
+
+std::string StartInput(const std::string& rest) { return "\n" + rest; }
+
+size_t FindFrom(const std::string& hay, const std::string& needle, size_t from) { return hay.find(needle, from); }
+
+::testing::AssertionResult ContainsInOrder(const std::string& hay, const std::vector<std::string>& needles) {
+    size_t pos = 0;
+    for (size_t i = 0; i < needles.size(); ++i) {
+        size_t at = hay.find(needles[i], pos);
+        if (at == std::string::npos) {
+            return ::testing::AssertionFailure() << "missing (in order) item " << i << ": [" << needles[i]
+                                                 << "] after offset " << pos << "\n--- output ---\n"
+                                                 << hay.substr(pos > 2000 ? pos - 2000 : 0, 6000);
+        }
+        pos = at + needles[i].size();
+    }
+    return ::testing::AssertionSuccess();
+}
+
+int CountOf(const std::string& hay, const std::string& needle) {
+    int n = 0;
+    for (size_t p = hay.find(needle); p != std::string::npos; p = hay.find(needle, p + needle.size())) ++n;
+    return n;
+}
+
+std::vector<std::string> TraceFor(const RunResult& r, int type, int code) {
+    std::vector<std::string> out;
+    std::string key = " type=" + std::to_string(type) + " code=" + std::to_string(code) + " ";
+    for (const auto& l : r.trace)
+        if (l.find(key) != std::string::npos) out.push_back(l);
+    return out;
+}

@@ -1,0 +1,8 @@
+// Compiled with -m32 by the test suite: the static assertions in the
+// interface headers then check every record layout for 32-bit pointers.
+#include "event.h"
+#include "kfistat.h"
+#include "kv.h"
+#include "tarsel.h"
+
+int main() { return 0; }
