@@ -277,6 +277,11 @@ int TarseltestMain(int argc, char** argv) {
             *v.entry = (ProcessLibCommandFunc)dlsym(*v.handle, v.symbol);
             if (!*v.entry) {
                 printf("Unable to get Entry Point function address-%s.Exiting..", v.symbolShown);
+                // A variant without its entry point cannot be told to shut
+                // down: it is closed here and the exit handler skips it.
+                dlclose(*v.handle);
+                *v.handle = nullptr;
+                *v.present = 0;
                 return 0;
             }
         } else {

@@ -1,0 +1,226 @@
+// Console utilities: the paging print function, line and number input, and
+// the formatters for hexadecimal dumps, 64-bit numbers, SAS addresses and
+// controller time stamps.
+//
+// All input goes through these functions. Each read flushes standard output
+// first so that prompts show when output is a pipe, and end of input ends
+// the program through ExitApp instead of waiting forever.
+#include <ctype.h>
+#include <limits.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+
+#include "tarseltest.h"
+
+int numLines = 0;
+FILE* fp = stdout;
+
+namespace {
+
+// Lines counted by my_printf before it pauses for the operator.
+constexpr int kPageLines = 15;
+
+// Size of the buffer that one my_printf call formats into.
+constexpr size_t kPrintBufferSize = 1024;
+
+// Size of the line buffer used by CheckENTER (fgets reads at most 49).
+constexpr int kEnterBufferSize = 50;
+
+// Bound on the text InterpretTime writes. The longest text it actually
+// produces (the power-on form, at most 24 bits of seconds) is under 90
+// characters, so a 96-character buffer is enough; the bound covers every
+// value the format's types allow.
+constexpr size_t kTimeTextSize = 112;
+
+}  // namespace
+
+void FlushPrompt(void) { fflush(stdout); }
+
+int ReadChar(void) {
+    FlushPrompt();
+    int c = getchar();
+    if (c == EOF) ExitApp();
+    return c;
+}
+
+int my_printf(const char* format, ...) {
+    char buffer[kPrintBufferSize];
+    memset(buffer, 0, sizeof buffer);
+    va_list args;
+    va_start(args, format);
+    // Bounded: a text longer than the buffer is cut instead of overflowing.
+    vsnprintf(buffer, sizeof buffer, format, args);
+    va_end(args);
+    printf("%s", buffer);
+
+    if (strchr(buffer, '\n') != nullptr) ++numLines;
+
+    if (fp == stdout && gBVTMode == 0 && numLines == kPageLines) {
+        printf("\nPress ENTER to continue");
+        // Pending input is kept, so a script of answers still drives the tool.
+        ReadChar();
+        numLines = 0;
+    }
+    return 0;
+}
+
+void flush_input(void) {
+    FlushPrompt();
+    for (;;) {
+        int c = getchar();
+        if (c == EOF) ExitApp();
+        if (c == '\n') return;
+    }
+}
+
+int CheckENTER(char* buffer) {
+    memset(buffer, 0, kEnterBufferSize);
+    FlushPrompt();
+    // Input already typed or piped in is not discarded: it is the answer.
+    if (fgets(buffer, kEnterBufferSize, stdin) == nullptr) ExitApp();
+    if (buffer[0] == '\n') return 1;
+    buffer[strcspn(buffer, "\n\r")] = '\0';
+    return 0;
+}
+
+void GetInteger(const char* prompt, int* value) {
+    // The prompt is a format without arguments: only "%%" has a meaning
+    // there, so print it as text with each "%%" shown as one "%".
+    for (const char* p = prompt; *p != '\0'; ++p) {
+        if (p[0] == '%' && p[1] == '%') ++p;
+        putchar(*p);
+    }
+    char buffer[kEnterBufferSize];
+    if (CheckENTER(buffer) == 1) return;
+    *value = atoi(buffer);
+}
+
+int ReadIntLine(int* value) {
+    FlushPrompt();
+    std::string line;
+    int c;
+    while ((c = getchar()) != EOF && c != '\n') line.push_back(static_cast<char>(c));
+    if (c == EOF && line.empty()) ExitApp();
+
+    *value = 0;
+    size_t i = 0;
+    while (i < line.size() && isspace(static_cast<unsigned char>(line[i]))) ++i;
+    bool negative = false;
+    if (i < line.size() && (line[i] == '+' || line[i] == '-')) {
+        negative = line[i] == '-';
+        ++i;
+    }
+    if (i >= line.size() || !isdigit(static_cast<unsigned char>(line[i]))) return 0;
+
+    // Accumulate towards the sign so that INT_MIN is representable.
+    long long n = 0;
+    for (; i < line.size() && isdigit(static_cast<unsigned char>(line[i])); ++i) {
+        n = n * 10 + (line[i] - '0');
+        if (n > static_cast<long long>(INT_MAX) + 1) return 0;
+    }
+    if (negative) n = -n;
+    if (n > INT_MAX || n < INT_MIN) return 0;
+    *value = static_cast<int>(n);
+    return 1;
+}
+
+int HexDump(FILE* stream, const U8* bytes, U32 length) {
+    for (U32 i = 0; i < length; ++i) {
+        if (i % 16 == 0) fputc('\n', stream);
+        fprintf(stream, "%.2X  ", bytes[i]);
+    }
+    fputc('\n', stream);
+    return 0;
+}
+
+void FormatSASAddr(U64 address, char* buffer) {
+    snprintf(buffer, 17, "%.8x%.8x", static_cast<unsigned>(address >> 32),
+             static_cast<unsigned>(address & 0xFFFFFFFFu));
+}
+
+char* Print64(U64 value, char* buffer, int size) {
+    if (size <= 0) return buffer;
+    memset(buffer, 0, static_cast<size_t>(size));
+    snprintf(buffer, static_cast<size_t>(size), "%-llu", static_cast<unsigned long long>(value));
+    // A 64-bit decimal has at most 20 digits; terminate there when the
+    // buffer reaches that far.
+    if (size > 20) buffer[20] = '\0';
+    return buffer;
+}
+
+void swapBytes(const void* source, void* destination, U32 length) {
+    const U8* src = static_cast<const U8*>(source);
+    U8* dst = static_cast<U8*>(destination);
+    memset(dst, 0, length);
+    if (length == 0) return;
+    // Two indices move inward; with an odd length the middle byte is left 0.
+    for (U32 i = 0, j = length - 1; i < j; ++i, --j) {
+        dst[i] = src[j];
+        dst[j] = src[i];
+    }
+}
+
+int isLeap(int year) {
+    if (year % 400 == 0) return 1;
+    if (year % 4 == 0 && year % 100 != 0) return 1;
+    return 0;
+}
+
+int InterpretTime(U32 time, char* buffer) {
+    static const int kMonthDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+    bool relative = false;
+    U32 secs = time;
+    if ((time >> 24) == 0xFF) {
+        secs = time & 0x00FFFFFF;
+        relative = true;
+    }
+
+    long days = static_cast<long>(secs / 86400);
+    int rest = static_cast<int>(secs % 86400);
+    int hours = rest / 3600;
+    rest -= hours * 3600;
+    int minutes = rest / 60;
+    int seconds = rest - minutes * 60;
+
+    // The leap day is taken off for the year being left.
+    int year = 2000;
+    int years = 0;
+    while (days > 364) {
+        days -= 365;
+        if (isLeap(year)) days -= 1;
+        ++year;
+        ++years;
+    }
+
+    // February is tested even when January was not subtracted, so days 29
+    // to 31 of a year show as days 1 to 3 of month 2.
+    int months = 0;
+    if (days >= 31) {
+        days -= 31;
+        ++months;
+    }
+    if (days >= 28) {
+        days -= 28;
+        if (isLeap(year)) days -= 1;
+        ++months;
+    }
+    for (int m = 2; m < 12 && kMonthDays[m] <= days; ++m) {
+        days -= kMonthDays[m];
+        ++months;
+    }
+
+    if (relative) {
+        snprintf(buffer, kTimeTextSize,
+                 " Time elapsed since power on : %d years, %d months, %ld days; %d:%d:%d (h:m:s)", years, months,
+                 days, hours, minutes, seconds);
+    } else {
+        snprintf(buffer, kTimeTextSize, "%d/%d/%d ; %d:%d:%d", months + 1, static_cast<int>(days + 1), 2000 + years,
+                 hours, minutes, seconds);
+    }
+    return 0;
+}

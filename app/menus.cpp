@@ -1,0 +1,634 @@
+// The interactive menus: the main menu that picks an object group and one
+// menu per group. Every group menu is a table (title, rule, width, printed
+// lines, item number to operation, and the few exceptions of that menu) run
+// by the one loop in RunGroupMenu.
+//
+// An item whose operation is not wired yet holds a null operation: choosing
+// it does nothing and then waits for Enter like any other item.
+#include <stdio.h>
+
+#include <span>
+
+#include "tarseltest.h"
+#include "controller.h"
+#include "config.h"
+#include "ld.h"
+#include "pd.h"
+
+namespace {
+
+using MenuOp = void (*)();
+
+struct MenuItem {
+    int number;
+    MenuOp op;  // null: listed, nothing to call yet
+};
+
+const char kQuitTrailer[] = "\n0 TO QUIT. Invalid option to return to Previous Menu";
+const char kBackTrailer[] = "\nInvalid option to return to Previous Menu";
+const char kPrompt[] = "Please enter choice :";
+const char kPromptBlank[] = "Please enter choice : ";
+
+struct GroupMenu {
+    const char* title;
+    const char* rule;
+    int width;                          // right-aligned to this many columns
+    std::span<const char* const> lines; // each printed with puts
+    std::span<const MenuItem> items;
+    const char* lastLine = nullptr;     // printed as it stands after the lines (no line end of its own)
+    const char* trailer = kQuitTrailer;
+    const char* prompt = kPrompt;
+    bool leadingNewline = false;        // a newline before the title on each pass
+    bool titleOutsideLoop = false;      // title once before the loop and after each item
+    bool zeroQuits = true;              // item 0 ends the program
+};
+
+// Calls an operation of no arguments and drops its result.
+template <auto F>
+void Call() {
+    F();
+}
+
+void PrintCentred(int width, const char* text) { printf("%*s\n", width, text); }
+
+const MenuItem* FindItem(std::span<const MenuItem> items, int number) {
+    for (const MenuItem& item : items)
+        if (item.number == number) return &item;
+    return nullptr;
+}
+
+// Shows the menu until the operator picks an unlisted item (or a line that
+// is not a number); returns that choice. Item 0 ends the program where the
+// menu has it.
+int RunGroupMenu(const GroupMenu& menu) {
+    if (menu.titleOutsideLoop) PrintCentred(menu.width, menu.title);
+    for (;;) {
+        if (menu.leadingNewline) printf("\n");
+        if (!menu.titleOutsideLoop) PrintCentred(menu.width, menu.title);
+        PrintCentred(menu.width, menu.rule);
+        for (const char* line : menu.lines) puts(line);
+        if (menu.lastLine != nullptr) printf("%s", menu.lastLine);
+        puts(menu.trailer);
+        printf("Currently selected controller = %d\n", gSelController);
+        printf("%s", menu.prompt);
+
+        int choice = 0;
+        const bool isNumber = ReadIntLine(&choice) == 1;
+        if (isNumber && choice == 0 && menu.zeroQuits) ExitApp();
+        const MenuItem* item = isNumber ? FindItem(menu.items, choice) : nullptr;
+        if (item == nullptr) return choice;
+
+        if (item->op != nullptr) item->op();
+        printf("\nPress ENTER to continue");
+        // Any line continues: the whole line is taken so that text typed
+        // before Enter does not become the next menu choice.
+        flush_input();
+        printf("\n");
+        if (menu.titleOutsideLoop) PrintCentred(menu.width, menu.title);
+    }
+}
+
+// ---- system ----
+
+const char* const kSystemLines[] = {
+    "(1) InitLib             (2) RegisterAEN",
+    "(3) UnregisterAEN       (4) GetControllerList",
+    "(5) GetLibraryVersion   (6) GetSystemHealth",
+    "(7) GetLibraryParameters(8) SetLibraryParameters",
+    "(9) GetPartitionInfo   (10) AutoReRegisterAEN",
+    "(11) RegisterAEN in Separate Thread",
+    "(12) GetSystemSnapshot",
+};
+
+const MenuItem kSystemItems[] = {
+    {1, Call<InitializeLibrary>},
+    {2, nullptr},  // RegisterForAEN
+    {3, nullptr},  // UnregisterForAEN
+    {4, Call<GetCtrlList>},
+    {5, [] {
+         const int family = SelectedFamily();
+         GetLibraryVersion(family < 0 ? 0 : family);
+     }},
+    {6, nullptr},   // GetSystemHealth
+    {7, nullptr},   // GetLibParameters
+    {8, nullptr},   // SetLibParameters
+    {9, nullptr},   // GetPartitionInfo
+    {10, nullptr},  // AutoReRegisterAEN
+    {11, nullptr},  // RegisterForAENInThread
+    {12, nullptr},  // GetSystemSnapshot
+};
+
+const GroupMenu kSystemMenu = {
+    .title = "...SYSTEM MENU...", .rule = "-----------------", .width = 30,
+    .lines = kSystemLines, .items = kSystemItems,
+};
+
+// ---- controller ----
+
+const char* const kControllerLines[] = {
+    "(1)  GetControllerInfo            (2)  GetControllerProperties",
+    "(3)  SetControllerProperties      (4)  GetPhysicalDevicesList",
+    "(5)  GetEnclosures List           (6)  GetToplogyInfo",
+    "(7)  GetAlarm                     (8)  EnableAlarm",
+    "(9)  DisableAlarm                 (10) SilenceAlarm",
+    "(11) FlashControllerFirmware      (12) GetPCIInfo",
+    "(13) GetLogicalDriveDistribution  (14) GetLogicalDrivesList",
+    "(15) GetPatrolReadStatusInfo      (16) GetPatrolReadProperties",
+    "(17) SetPatrolReadProperties      (18) StartPatrolReadOperation",
+    "(19) StopPatrolReadOperation      (20) GetDriverVersion",
+    "(21) SetRebuildRate               (22) GetControllerHealth",
+    "(23) GetPhysicalDriveDistribution (24) StartSelfCheckDiagnostics",
+    "(25) GetAllLdsAllowedOperation    (26) GetMFCDefaults",
+    "(27) GetSasConnectorInfo          (28) SetSasConnector",
+    "(29) DisplayPhyErrorInfo          (30) GetCCScheduleStatus",
+    "(31) GetCCScheduleProperties      (32) SetCCScheduleProperties",
+    "(33) GetMFCManufacturingInfo      (34) GetMFCManufacturingInfo2",
+    "(35) FlashPDFirmware              (36) FlashPDFirmwareSTP",
+    "(37) GetPinnedCacheList           (38) DiscardPinnedCache",
+    "(39) ClearBBMLog                  (40) GetPDQueryList",
+    "(51) Schedule Power Policy",
+    "(52) GetSASPhyInfo                    (53) UpdateSASPhyLinkSpeed",
+    "(54) SetFactoryDefaults",
+};
+
+const MenuItem kControllerItems[] = {
+    {1, Call<GetCtrlInfo>},   // GetCtrlInfo
+    {2, Call<GetCtrlProperties>},   // GetCtrlProperties
+    {3, Call<SetCtrlProperties>},   // SetCtrlProperties
+    {4, Call<GetPDList>},   // GetPDList
+    {5, Call<GetEnclList>},   // GetEnclList
+    {6, nullptr},   // GetTopology
+    {7, nullptr},   // GetAlarm
+    {8, nullptr},   // EnableAlarm
+    {9, nullptr},   // DisableAlarm
+    {10, nullptr},  // SilenceAlarm
+    {11, nullptr},  // FlashCtrlFirmware
+    {12, Call<GetPCIInfo>},  // GetPCIInfo
+    {13, [] { GetLDDistribution(1); }},  // GetLDDistribution(1)
+    {14, Call<GetLDList>},  // GetLDList
+    {15, nullptr},  // GetPatrolReadStatusInfo
+    {16, nullptr},  // GetPatrolReadProperties
+    {17, nullptr},  // SetPatrolReadProperties
+    {18, nullptr},  // StartPatrolReadOperation
+    {19, nullptr},  // StopPatrolReadOperation
+    {20, Call<GetDriverVersion>},  // GetDriverVersion
+    {21, nullptr},  // SetRebuildRate
+    {22, nullptr},  // GetCtrlHealth
+    {23, Call<GetPDDistribution>},  // GetPDDistribution
+    {24, nullptr},  // StartSelfCheckDiagnostics
+    {25, nullptr},  // GetAllLDsAllowedOperation
+    {26, nullptr},  // GetMFCDefaults
+    {27, nullptr},  // GetSasMux
+    {28, nullptr},  // SetSasMux
+    {29, nullptr},  // DisplayPhyErrorInfo
+    {30, nullptr},  // GetCCScheduleStatus
+    {31, nullptr},  // GetCCScheduleProperties
+    {32, nullptr},  // SetCCScheduleProperties
+    {33, nullptr},  // GetMFCManufacturingInfo
+    {34, nullptr},  // GetMFCManufacturingInfo2
+    {35, nullptr},  // FlashPDFirmware
+    {36, [] { printf("\nUnsupported for now."); }},  // FlashPDFirmwareSTP
+    {37, nullptr},  // GetPinnedCacheList
+    {38, nullptr},  // DiscardPinnedCache
+    {39, nullptr},  // ClearBBMLog
+    {40, Call<GetPDQueryList>},  // GetPDQueryList
+    {46, [] { GetExtLDDistribution(1); }},  // GetExtLDDistribution(1), accepted but not listed
+    {47, Call<GetExtPDDistribution>},  // GetExtPDDistribution, accepted but not listed
+    {51, nullptr},  // SchedulePowerPolicy
+    {52, nullptr},  // GetSASPHYInfo
+    {53, nullptr},  // ChangeLinkSpeed
+    {54, Call<SetFactoryDefaults>},  // SetFactoryDefaults
+};
+
+const GroupMenu kControllerMenu = {
+    .title = "...CONTROLLER MENU...", .rule = "---------------------", .width = 40,
+    .lines = kControllerLines, .items = kControllerItems, .prompt = kPromptBlank,
+};
+
+// ---- physical drive ----
+
+const char* const kPDLines[] = {
+    "(1)  GetPhysicalDriveInfo           (2)  MakeDriveOnline",
+    "(3)  MakeDriveOffline               (4)  ReplaceMissingPhysicalDevice",
+    "(5)  MarkPhysicalDeviceMissing      (6)  Rebuild",
+    "(7)  AbortRebuild                   (8)  GetPDOperationProgress",
+    "(9)  LocatePhysicalDevice           (10) StopLocatePhysicalDevice",
+    "(11) MakeGlobalHotspare\t            (12) MakeDedicatedHotspare",
+    "(13) GetDedicatedHotspareInfo       (14) RemoveHotspare",
+    "(15) PreparePhysicalDeviceForRemoval(16) UndoPreparingPhysicalDeviceForRemoval",
+    "(17) GetLogicalDrivesCreatedFromPhysicalDevice",
+    "(18) FormatPhysicalDevice           (19) AbortFormatPD",
+    "(20) SetPhysicalDeviceState         (21) GetPhysicalDeviceAllowedOperation",
+    "(22) MakeHotSpareWithAttributes     (23) StartCopyback",
+    "(24) AbortCopyback\t\t    (25) Current Temperature",
+};
+
+const MenuItem kPDItems[] = {
+    {1, Call<GetPDInfo>},   // GetPDInfo
+    {2, nullptr},   // MakeDriveOnline
+    {3, nullptr},   // MakeDriveOffline
+    {4, nullptr},   // ReplaceMissingPD
+    {5, nullptr},   // MarkPDMissing
+    {6, nullptr},   // Rebuild
+    {7, nullptr},   // AbortRebuild
+    {8, nullptr},   // GetPDProgress
+    {9, nullptr},   // LocatePD
+    {10, nullptr},  // StopLocatePD
+    {11, nullptr},  // MakeGlobalHotspare
+    {12, nullptr},  // MakeDedicatedHotspare
+    {13, nullptr},  // GetDedicatedHotspareInfo
+    {14, nullptr},  // RemoveHotspare
+    {15, nullptr},  // PreparePDForRemoval
+    {16, nullptr},  // UndoPreparePDRemoval
+    {17, nullptr},  // GetLDOfPD
+    {18, nullptr},  // FormatPD
+    {19, nullptr},  // AbortFormatPD
+    {20, nullptr},  // SetPDState
+    {21, nullptr},  // GetPDAllowedOperation
+    {22, nullptr},  // MakeHotspare
+    {23, nullptr},  // StartCopyback
+    {24, nullptr},  // AbortCopyback
+    {25, nullptr},  // displayDriveCurrentTemp
+};
+
+const GroupMenu kPDMenu = {
+    .title = "...PHYSICAL DRIVE MENU...", .rule = "-------------------------", .width = 45,
+    .lines = kPDLines, .items = kPDItems, .leadingNewline = true,
+};
+
+// ---- logical drive ----
+
+const char* const kLDLines[] = {
+    "(1)  GetLogicalDriveInfo                (2)  GetLogicalDriveProperties",
+    "(3)  SetLogicalDriveProperties          (4)  DeleteLogicalDrive",
+    "(5)  LocateLogicalDrive                 (6)  StopLocateLogicalDrive",
+    "(7)  CheckConsistency                   (8)  CancelCheckConsistency",
+    "(9)  GetLDOperationProgress             (10) Start Initialization",
+    "(11) Cancel Initialization              (12) Get PDs participating in LD",
+    "(13) Perform Reconstruction             (14) GetReconstructionInfo",
+    "(15) Start OCE                          (16) GetLogicalDriveAllowedOoperations",
+    "(17) BreakMirrorMenu                    (18) SetBootDrive",
+};
+
+const MenuItem kLDItems[] = {
+    {1, Call<GetLDInfo>},   // GetLDInfo
+    {2, Call<GetLDProperties>},   // GetLDProperties
+    {3, Call<SetLDProperties>},   // SetLDProperties
+    {4, nullptr},   // DeleteLD
+    {5, nullptr},   // LocateLD
+    {6, nullptr},   // StopLocateLD
+    {7, nullptr},   // CheckConsistency
+    {8, nullptr},   // CancelCheckConsistency
+    {9, nullptr},   // GetLDProgress
+    {10, nullptr},  // StartFGI
+    {11, nullptr},  // CancelFGI
+    {12, nullptr},  // GetPDInLD
+    {13, nullptr},  // StartReconstruction
+    {14, nullptr},  // GetReconstructionInfo
+    {15, nullptr},  // StartOCE
+    {16, nullptr},  // GetLDAllowedOperation
+    {17, Call<BreakMirrorMenu>},
+    {18, nullptr},  // SetBootDrive
+};
+
+const GroupMenu kLDMenu = {
+    .title = "...LOGICAL DRIVE MENU...", .rule = "------------------------", .width = 45,
+    .lines = kLDLines, .items = kLDItems,
+};
+
+// ---- break mirror (from the logical drive menu; no item 0) ----
+
+const char* const kBreakMirrorLines[] = {
+    "(1) MirrorBreak          (2) MirrorView",
+};
+
+const MenuItem kBreakMirrorItems[] = {
+    {1, nullptr},  // MirrorBreak
+    {2, nullptr},  // MirrorView
+    {3, nullptr},  // MirrorJoin
+};
+
+const GroupMenu kBreakMirrorMenu = {
+    .title = "...BREAK MIRROR MENU...", .rule = "--------------------------------", .width = 40,
+    .lines = kBreakMirrorLines, .items = kBreakMirrorItems, .lastLine = "(3) MirrorJoin\n ",
+    .trailer = kBackTrailer, .prompt = kPromptBlank, .zeroQuits = false,
+};
+
+// ---- configuration ----
+
+const char* const kConfigLines[] = {
+    "(1)  ReadConfiguration              (2)\t ShowConfigurationSummary",
+    "(3)  AddConfiguration               (4)\t ClearConfiguration",
+    "(5)  ScanForForeignConfiguration    (6)  GetArrayInformation",
+    "(7)  GetConfigAllowedOperation      (8)  Create Velocore",
+    "(9) GetLDsCachedByVelocore",
+};
+
+const MenuItem kConfigItems[] = {
+    {1, Call<ReadConfig>},  // ReadConfig
+    {2, Call<ShowConfigSummary>},  // ConfigSummary into a cleared summary, printed, FreeConfigSummary
+    {3, nullptr},  // AddConfig
+    {4, nullptr},  // ClearConfig
+    {5, nullptr},  // ScanForeignConfig
+    {6, nullptr},  // GetArrayInfo
+    {7, nullptr},  // GetConfigAllowedOperation
+    {8, nullptr},  // createSSCD
+    {9, nullptr},  // GetLDsCachedBySSCD
+};
+
+const GroupMenu kConfigMenu = {
+    .title = "...CONFIGURATION MENU...", .rule = "------------------------", .width = 45,
+    .lines = kConfigLines, .items = kConfigItems,
+};
+
+// ---- battery backup unit ----
+
+const char* const kBBULines[] = {
+    "(1) Get BBU Status        (2) Get BBU Capacity",
+    "(3) Learn BBU             (4) Get BBU Design Info",
+    "(5) Get BBU Properties    (6) Set BBU Properties",
+    "(7) BBU Sleep",
+};
+
+const MenuItem kBBUItems[] = {
+    {1, nullptr},  // GetBBUStatus
+    {2, nullptr},  // GetBBUCapacityInfo
+    {3, nullptr},  // LearnBBU
+    {4, nullptr},  // GetBBUDesignInfo
+    {5, nullptr},  // GetBBUProperties
+    {6, nullptr},  // SetBBUProperties
+    {7, nullptr},  // BBUSleep
+};
+
+const GroupMenu kBBUMenu = {
+    .title = "...BBU MENU...", .rule = "--------------", .width = 30,
+    .lines = kBBULines, .items = kBBUItems,
+};
+
+// ---- passthrough ----
+
+const char* const kPassthruLines[] = {
+    "(1) SCSI Passthru          (2) SMP Passthru",
+    "(3) STP Passthru           (4) DCMD Passthru",
+    "(5) STP Passthru Write Sector",
+};
+
+const MenuItem kPassthruItems[] = {
+    {1, nullptr},  // SCSIPassthru
+    {2, nullptr},  // SMPPassthru
+    {3, nullptr},  // STPPassthruMenu
+    {4, nullptr},  // DCMDPassthru
+    {5, nullptr},  // STPPassthruWriteSector
+};
+
+const GroupMenu kPassthruMenu = {
+    .title = "...PASSTHRU MENU ...", .rule = "--------------------", .width = 30,
+    .lines = kPassthruLines, .items = kPassthruItems,
+};
+
+// ---- events ----
+
+const char* const kEventLines[] = {
+    "(1) Get Event Sequence Information\t    (2) Get Event Details",
+    "(3) ClearEvents",
+};
+
+const MenuItem kEventItems[] = {
+    {1, nullptr},  // GetEventSequenceInfo
+    {2, nullptr},  // GetEventDetails
+    {3, nullptr},  // ClearEvents
+};
+
+const GroupMenu kEventMenu = {
+    .title = "...EVENT MENU...", .rule = "----------------", .width = 30,
+    .lines = kEventLines, .items = kEventItems,
+};
+
+// ---- enclosures ----
+
+const char* const kEnclLines[] = {
+    "(1) Get Enclosure Config Information    (2) Get Enclosure Status",
+    "(3) Set Enclosure Element Data          (4) Locate Enclosure",
+    "(5) Shutdown Enclosure                  (6) Get Enclosure Status_Ex",
+    "(7) Get Enclosure Element Data",
+};
+
+const MenuItem kEnclItems[] = {
+    {1, nullptr},  // GetEnclConfigInfo
+    {2, nullptr},  // GetEnclStatus
+    {3, nullptr},  // SetEnclElement
+    {4, nullptr},  // LocateEncl
+    {5, nullptr},  // ShutdownEncl
+    {6, nullptr},  // GetEnclStatusEx
+    {7, nullptr},  // GetEnclElement
+};
+
+const GroupMenu kEnclMenu = {
+    .title = "...ENCLOSURE MENU...", .rule = "--------------------", .width = 40,
+    .lines = kEnclLines, .items = kEnclItems,
+};
+
+// ---- build verification ----
+
+const char* const kBVTLines[] = {
+    "(1) All         (2) System",
+    "(3) Controller  (4) PD",
+    "(5) LD          (6) Config",
+    "(7) BBU         (8) Passthru",
+    "(9) Event       (10)Enclosure",
+    "(11) OOB",
+};
+
+const MenuItem kBVTItems[] = {
+    {1, nullptr},   // TestAllGroups
+    {2, nullptr},   // TestSystemGroup
+    {3, nullptr},   // TestCtrlGroup
+    {4, nullptr},   // TestPDGroup
+    {5, nullptr},   // TestLDGroup
+    {6, nullptr},   // TestConfigGroup
+    {7, nullptr},   // TestBBUGroup
+    {8, nullptr},   // TestPassthruGroup
+    {9, nullptr},   // TestEventGroup
+    {10, nullptr},  // TestEnclGroup
+    {11, nullptr},  // TestOOBGroup
+};
+
+const GroupMenu kBVTMenu = {
+    .title = "...BVT MENU...", .rule = "--------------------", .width = 40,
+    .lines = kBVTLines, .items = kBVTItems, .titleOutsideLoop = true,
+};
+
+// ---- security keys ----
+
+const char* const kKeyLines[] = {
+    "(1) CreateKey\t\t\t(2) UnlockKey",
+    "(3) RotateKey\t\t\t(4) DestroyLockKey",
+    "(5) GetKeyID\t\t\t(6) SetKeyID",
+    "(7) SuggestPassphrase\t(8) MakeVdSecure",
+};
+
+const MenuItem kKeyItems[] = {
+    {1, nullptr},  // CreateKey
+    {2, nullptr},  // UnlockKey
+    {3, nullptr},  // ChangeKey
+    {4, nullptr},  // DestroyLockKey
+    {5, nullptr},  // GetKeyID (controller, index -1, mode 1) then "\nKeyID : %s" on status 0
+    {6, nullptr},  // SetKeyID(-1, 1)
+    {7, nullptr},  // SuggestPassphrase then "Suggested PassPhrase is : %s\n" when non-zero
+    {8, nullptr},  // MakeVdSecure
+};
+
+const GroupMenu kKeyMenu = {
+    .title = "...KEY MANAGEMENT MENU...", .rule = "--------------------", .width = 40,
+    .lines = kKeyLines, .items = kKeyItems,
+};
+
+// ---- schedule snapshot (no item 0) ----
+
+const char* const kScheduleSnapshotLines[] = {
+    "(1) SetScheduleSnapshotProperties          (2) GetScheduleSnapshotProperties",
+};
+
+const MenuItem kScheduleSnapshotItems[] = {
+    {1, nullptr},  // SetScheduleSnapshotProperties
+    {2, nullptr},  // GetScheduleSnapshotProperties
+    {3, nullptr},  // EditScheduleSnapshotProperties
+};
+
+const GroupMenu kScheduleSnapshotMenu = {
+    .title = "...SCHEDULE SNAPSHOT MENU...", .rule = "----------------------------", .width = 40,
+    .lines = kScheduleSnapshotLines, .items = kScheduleSnapshotItems,
+    .lastLine = "(3) EditScheduleSnapshotProperties\n ", .trailer = kBackTrailer, .prompt = kPromptBlank,
+    .zeroQuits = false,
+};
+
+// ---- out of band ----
+
+const char* const kOobLines[] = {
+    "(1)RegisterObjects      (2)UnRegisterObjects",
+    "(3)GetOOBObjectInfo     (4)GetOobPollParameters",
+    "(5)SetOobPollParameters (6)GetOobStatus",
+    "(7)SuspendOOB           (8)ResumeOOB",
+    "(9)Rediscover Ctrls",
+};
+
+const MenuItem kOobItems[] = {
+    {1, nullptr},  // RegisterForObjInfo
+    {2, nullptr},  // UnRegisterObjInfo
+    {3, nullptr},  // GetOOBObjectInfo
+    {4, nullptr},  // GetOOBParametersForPoll
+    {5, nullptr},  // SetOOBParametersForPoll
+    {6, nullptr},  // GetOOBStatus
+    {7, nullptr},  // SuspendOob
+    {8, nullptr},  // ResumeOob
+    {9, nullptr},  // RediscoverControllers
+};
+
+const GroupMenu kOobMenu = {
+    .title = "...OOB MENU...", .rule = "-----------------", .width = 30,
+    .lines = kOobLines, .items = kOobItems, .titleOutsideLoop = true,
+};
+
+// ---- main ----
+
+const char* const kMainLines[] = {
+    "(1) SelectController    (2) System",
+    "(3) Controller          (4) Physical Device",
+    "(5) Logical Device      (6) Configuration",
+    "(7) BBU                 (8) Passthru",
+    "(9) Event               (10) Enclosure",
+    "(11) Run BVT            (12) Security",
+    "(13) Snapshot           (14) OOB",
+};
+
+const MenuItem kMainItems[] = {
+    {1, selectController},
+    {2, Call<showSystemMenu>},
+    {3, Call<showControllerMenu>},
+    {4, Call<showPDMenu>},
+    {5, Call<showLDMenu>},
+    {6, Call<showConfigMenu>},
+    {7, Call<showBBUMenu>},
+    {8, Call<showPassthruMenu>},
+    {9, Call<showEventMenu>},
+    {10, Call<showEnclMenu>},
+    {11, Call<showBVTMenu>},
+    {12, Call<showKeyManagementMenu>},
+    {13, Call<showSnapshotMenu>},
+    {14, Call<showOobMenu>},
+};
+
+}  // namespace
+
+void displayMainMenu(void) {
+    selectController();
+    for (;;) {
+        puts("\n");
+        PrintCentred(25, "...MAIN MENU...");
+        PrintCentred(25, "---------------");
+        for (const char* line : kMainLines) puts(line);
+        puts("\n0 TO QUIT");
+        printf("Please enter choice : ");
+
+        int choice = 0;
+        const bool isNumber = ReadIntLine(&choice) == 1;
+        puts("\n");
+        if (isNumber && choice == 0) ExitApp();
+        const MenuItem* item = isNumber ? FindItem(kMainItems, choice) : nullptr;
+        if (item != nullptr)
+            item->op();
+        else
+            puts("Invalid Entry, Try Again");
+    }
+}
+
+int showSystemMenu(void) { return RunGroupMenu(kSystemMenu); }
+int showControllerMenu(void) { return RunGroupMenu(kControllerMenu); }
+int showPDMenu(void) { return RunGroupMenu(kPDMenu); }
+int showLDMenu(void) { return RunGroupMenu(kLDMenu); }
+int BreakMirrorMenu(void) { return RunGroupMenu(kBreakMirrorMenu); }
+int showConfigMenu(void) { return RunGroupMenu(kConfigMenu); }
+int showBBUMenu(void) { return RunGroupMenu(kBBUMenu); }
+int showPassthruMenu(void) { return RunGroupMenu(kPassthruMenu); }
+int showEventMenu(void) { return RunGroupMenu(kEventMenu); }
+int showEnclMenu(void) { return RunGroupMenu(kEnclMenu); }
+int ScheduleSnapshotSubMenu(void) { return RunGroupMenu(kScheduleSnapshotMenu); }
+
+// BVT mode is on only while this menu is open.
+int showBVTMenu(void) {
+    myInitAPICalls();
+    gBVTMode = 1;
+    const int choice = RunGroupMenu(kBVTMenu);
+    gBVTMode = 0;
+    return choice;
+}
+
+// Opens only on a controller that supports drive security.
+int showKeyManagementMenu(void) {
+    myInitAPICalls();
+    KV_CTRL_INFO info{};
+    const U32 rval = GetCtrlInfoFunc(&info);
+    if (rval != 0) {
+        printf("ProcessLibCommand failed. rval = 0x%x\n", rval);
+        return 0;
+    }
+    if (!info.adapterOperations.supportSecurity) {
+        printf("Security option is not enabled on controller ");
+        return 0;
+    }
+    return RunGroupMenu(kKeyMenu);
+}
+
+int showSnapshotMenu(void) {
+    puts("Not supported (This feature is supported only in Windows operating system.)");
+    return 0;
+}
+
+// Out-of-band monitoring applies only when the Korvane library runs out of band.
+int showOobMenu(void) {
+    if (gCtrlListKV.flags != 2) {
+        puts("OOB Menu is Out Of Band management specific and is applicable only if Tarsel is running in OOB mode.");
+        return 0;
+    }
+    return RunGroupMenu(kOobMenu);
+}
