@@ -65,6 +65,11 @@ struct Drive {
     bool exposedToHost = false;
     U16 security = 0;
     Progress rebuild, patrol, clear;
+    // Drive-operation state reported in the drive record: prepared for
+    // removal, locate running, copyback (its partner; progress in the rebuild slot).
+    bool preparedForRemoval = false, locateActive = false, copyBackActive = false;
+    U16 copyBackPartner = 0xFFFF;
+    bool bootPartition = false; // sector 0 holds a bootable partition entry
 };
 
 struct Enclosure {
@@ -110,6 +115,10 @@ struct LogicalDrive {
     U8 encryption = 0;
     bool isSSCD = false;
     Progress cc, bgi, fgi, recon;
+    // Set through the property and cache commands: background initialisation
+    // disabled, cached by the SSD cache, protection information type (0 none).
+    bool noBGI = false, cachedBySSCD = false;
+    U8 piType = 0;
 };
 
 struct HotSpare {
@@ -127,7 +136,7 @@ struct Controller {
     _KV_MFC_DEFAULTS mfc{};
     KV_SAS_CONNECTORS connectors{};
     std::string driverSignature = "TARSELSIM", osName = "Linux", osVersion = "6.1",
-                driverName = "tarsel_sas", driverVersion = "07.700.52.00", driverReleaseDate = "2026-10-01";
+                driverName = "tarsel_sas", driverVersion = "03.214.08.00", driverReleaseDate = "2026-10-01";
     std::vector<Enclosure> enclosures;
     // Every device the controller sees: disks, other SCSI devices, and each
     // enclosure's own SES device (scsiDevType 13, enclDeviceId == deviceId,
@@ -137,6 +146,21 @@ struct Controller {
     std::vector<LogicalDrive> lds;
     std::vector<HotSpare> spares;
     U16 configSeqNum = 1;
+    // The controller's event log, oldest first; seqNum grows by one per event.
+    struct Event {
+        U32 seqNum = 0;
+        U32 timeStamp = 0;      // firmware seconds
+        U32 code = 0;
+        U16 locale = 0;
+        S8 eventClass = 0;
+        U8 argType = 0;
+        U8 args[96] = {};
+        std::string description;
+    };
+    std::vector<Event> events;
+    // Out-of-band address (channel, device) at which the controller answers
+    // when its library runs out of band; -1: it answers at any address.
+    int oobChannel = -1, oobDevice = -1;
 
     Drive* findDrive(U16 id);
     Enclosure* findEnclosure(U16 id);
@@ -192,7 +216,11 @@ struct Library {
     std::string scenarioName;         // as resolved (preset name or file path)
     VirtualClock clock;
 
-    Controller* findController(U32 ctrlId); // by the low 24 bits
+    // By the low 24 bits; only controllers this library reports (see visible).
+    Controller* findController(U32 ctrlId);
+    // Out of band, a controller with an address is found only when the
+    // caller passed that address at TL_INIT_LIB.
+    bool visible(const Controller& c) const;
 };
 
 } // namespace tarselsim

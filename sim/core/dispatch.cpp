@@ -1,0 +1,159 @@
+// The command dispatcher of the simulated library: validates the block,
+// checks initialisation, the addressed controller and configured faults,
+// then runs the registered handler, and traces every command.
+#include <exception>
+#include <map>
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "commands/registry.h"
+#include "core/library.h"
+#include "core/trace.h"
+#include "scenario/scenario.h"
+
+namespace tarselsim {
+
+namespace {
+
+struct Registry {
+    std::map<std::pair<U8, U8>, Handler> commands;
+    std::map<U32, DcmdHandler> dcmds;
+};
+
+Registry& TheRegistry() {
+    static Registry r;
+    return r;
+}
+
+
+void RegisterAll() {
+    RegisterSystemCommands();
+    RegisterPassthruCommands();
+    RegisterCtrlCommands();
+    RegisterPdCommands();
+    RegisterLdCommands();
+    RegisterConfigCommands();
+}
+
+// The direct-command opcode a block carries, when it is a well-formed
+// direct command; 0 otherwise.
+U32 DcmdOpcodeOf(const _TL_LIB_CMD_PARAM_T* blk) {
+    if (blk->cmdType != TL_PASSTHRU_CMD_TYPE || blk->cmd != TL_DCMD_PASSTHRU) return 0;
+    if (!blk->pData || blk->dataSize != sizeof(_TL_DCMD_INPUT_T)) return 0;
+    return static_cast<const _TL_DCMD_INPUT_T*>(blk->pData)->opCode;
+}
+
+// The status of the first configured fault that this command triggers, or 0.
+// Every matching fault counts the command, so occurrences stay independent.
+U32 FaultStatus(Library& lib, const _TL_LIB_CMD_PARAM_T* blk) {
+    U32 result = 0;
+    U32 opcode = DcmdOpcodeOf(blk);
+    for (Fault& f : lib.faults) {
+        if (f.type != blk->cmdType || f.code != blk->cmd) continue;
+        if (f.opcode != 0 && f.opcode != opcode) continue;
+        ++f.seen;
+        if ((f.occurrence == 0 || f.seen == f.occurrence) && result == 0) result = f.status;
+    }
+    return result;
+}
+
+U32 Run(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
+    // The version can be asked before initialisation (callers print it
+    // first); both read the scenario if it has not been read yet.
+    bool isInit = blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_INIT_LIB;
+    bool isVersion = blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_GET_LIB_VER;
+    // Shutting down a library that never started (its initialisation failed)
+    // succeeds: there is nothing to release.
+    bool isExit = blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_EXIT_LIB;
+    if (!isInit && !isVersion && !isExit && !lib.initialized) return TL_STATUS_INIT_NOT_DONE;
+    if ((isInit || isVersion) && !lib.scenarioLoaded) {
+        std::string error;
+        lib.scenarioError = LoadScenario(lib, error) ? std::string() : error;
+    }
+
+    Controller* ctrl = nullptr;
+    if (blk->cmdType != TL_SYSTEM_CMD_TYPE) {
+        if ((blk->ctrlId >> 24) != static_cast<U32>(lib.family)) return TL_STATUS_INVALID_CTRL;
+        ctrl = lib.findController(blk->ctrlId);
+        if (!ctrl) return TL_STATUS_INVALID_CTRL;
+    }
+
+    if (lib.scenarioLoaded) {
+        if (U32 st = FaultStatus(lib, blk)) return st;
+    }
+
+    auto& cmds = TheRegistry().commands;
+    auto it = cmds.find({blk->cmdType, blk->cmd});
+    if (it == cmds.end() || !it->second) return TL_STATUS_UNSUPPORTED_CMD;
+    CmdContext ctx{lib, ctrl, blk};
+    return it->second(ctx);
+}
+
+} // namespace
+
+void RegisterCommand(U8 type, U8 code, Handler h) {
+    TheRegistry().commands[{type, code}] = h;
+}
+
+void RegisterDcmd(U32 opcode, DcmdHandler h) {
+    TheRegistry().dcmds[opcode] = h;
+}
+
+DcmdHandler FindDcmd(U32 opcode) {
+    auto& d = TheRegistry().dcmds;
+    auto it = d.find(opcode);
+    return it == d.end() ? nullptr : it->second;
+}
+
+U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected) {
+    if (expected > 0 && !blk->pData) return TL_STATUS_NULL_DATA_PTR;
+    if (blk->dataSize != expected) return TL_STATUS_INCORRECT_DATA_SIZE;
+    return 0;
+}
+
+std::recursive_mutex& LibraryMutex() {
+    static std::recursive_mutex m;
+    return m;
+}
+
+Library& TheLibrary(int family) {
+    // A static object, not a heap one: it is destroyed when the shared
+    // object is unloaded, so nothing is left behind after dlclose.
+    static Library lib;
+    static bool created = false;
+    if (!created) {
+        lib.family = family;
+        created = true;
+    }
+    return lib;
+}
+
+U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk) {
+    if (!blk) return TL_STATUS_NULL_DATA_PTR;
+    try {
+        static std::once_flag registered;
+        std::call_once(registered, RegisterAll);
+
+        std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
+        Library& lib = TheLibrary(family);
+        TraceRecord trace;
+        trace.Capture(family, blk);
+        U32 status;
+        try {
+            status = Run(lib, blk);
+        } catch (const std::bad_alloc&) {
+            status = TL_STATUS_MEMALLOC_FAILED;
+        } catch (...) {
+            status = KFI_STAT_INVALID_STATUS;
+        }
+        trace.Write(status);
+        return status;
+    } catch (...) {
+        // Only allocation in the registry or the trace can get here.
+        return TL_STATUS_MEMALLOC_FAILED;
+    }
+}
+
+} // namespace tarselsim

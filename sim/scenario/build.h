@@ -1,0 +1,53 @@
+// The steps that turn one [[<variant>.controllers]] table into a Controller.
+#ifndef TARSELSIM_SCENARIO_BUILD_H
+#define TARSELSIM_SCENARIO_BUILD_H
+
+#include "model/model.h"
+#include "scenario/node.h"
+
+#include <map>
+
+namespace tarselsim {
+
+// What the steps share while one controller is built.
+struct BuildContext {
+    int family = 0;
+    std::map<U16, const Node*> driveNodes;  // device id -> its table
+    std::map<U16, const Node*> stateNodes;  // device id -> its explicit 'state' value
+};
+
+// Realistic defaults for a controller of the family, before the scenario's
+// values are applied.
+void ApplyControllerDefaults(Controller& c, int family);
+
+// Identity, interfaces, limits, capability words, properties, manufacturing
+// defaults, connectors, driver strings, flash components (controller.cpp).
+void ReadControllerIdentity(TableReader& t, Controller& c);
+
+// Enclosures and devices (devices.cpp). Device sizes use the controller's
+// coercion mode, so properties are read first.
+void ReadDevices(TableReader& t, Controller& c, BuildContext& ctx);
+
+// The compact generator table [<variant>.controllers.generate]: returns the
+// enclosures, drives, arrays, logical_drives and hot_spares tables it
+// stands for (generate.cpp).
+Node GenerateTables(const Node& gen, int family, U8 coercionMode);
+
+// Arrays, logical drives and hot spares, with the derived sizes and states
+// (config.cpp). Drive states named in the scenario are checked against the
+// configuration.
+void ReadConfiguration(TableReader& t, Controller& c, BuildContext& ctx);
+
+// Blocks of a drive after the controller's coercion: raw size less the
+// reserved metadata area, rounded down as the family's coercion mode says.
+void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);
+
+// Adds the SES device through which an enclosure itself is addressed.
+void AddEnclosureDevice(Controller& c, const Enclosure& e);
+
+// Default SAS address of a drive from its device id.
+U64 DefaultDriveSasAddress(U16 deviceId);
+
+} // namespace tarselsim
+
+#endif
