@@ -349,3 +349,43 @@ TEST(SystemMenu, InitLibReinitialisesTheSelectedVariant) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(Selection, LettersAtTheSelectionPromptSelectControllerZero) {
+    RunSpec s;
+    s.scenario = "multi";
+    s.input = StartInput("abc\n0\n");
+    RunResult r = RunTool(s);
+    EXPECT_EQ(CountOf(r.out, "Please select a controller index(0 based) to test with:: "), 1);
+    auto info = TraceFor(r, 1, 0);
+    ASSERT_EQ(info.size(), 1u);
+    EXPECT_EQ(info[0].rfind("variant=0 ", 0), 0u);
+}
+
+TEST(Selection, ConnectorReadFailuresUseTheDirectCommandTexts) {
+    RunSpec s;
+    s.scenarioText = std::string(kOneKorvane) +
+                     "[[korvane.faults]]\ntype = 6\ncode = 3\nopcode = 0x07030000\nstatus = 0x8009\n";
+    s.input = StartInput("0\n");
+    RunResult r = RunTool(s);
+    EXPECT_NE(r.out.find("Selected Controller = 0\nGetMFCDefaults : ProcessLibCommandCall failed ;  rval = 0x8009\n"),
+              std::string::npos)
+        << r.out;
+
+    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 6\ncode = 3\nstatus = 0x800A\n";
+    r = RunTool(s);
+    EXPECT_NE(r.out.find("Selected Controller = 0\nInvalid controller"), std::string::npos) << r.out;
+}
+
+TEST(Selection, ControllerInformationFailureAtSelection) {
+    RunSpec s;
+    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 1\ncode = 0\nstatus = 0x8009\n";
+    s.input = StartInput("0\n");
+    RunResult r = RunTool(s);
+    EXPECT_NE(r.out.find("Selected Controller = 0\nGetCtrlInfoFunc : ProcessLibCommandCall failed; rval = 0x8009\n"),
+              std::string::npos)
+        << r.out;
+}
+
+} // namespace
