@@ -22,9 +22,24 @@ struct Registry {
     std::map<U32, DcmdHandler> dcmds;
 };
 
+// The registry and the library state live on the heap and are released by
+// the shared object's destructor function. Static objects would be destroyed
+// by the process's exit handlers before the tool's own exit handler has sent
+// its shutdown commands; the destructor function runs after those, or at
+// dlclose.
+Registry* gRegistry = nullptr;
+Library* gLibrary = nullptr;
+
 Registry& TheRegistry() {
-    static Registry r;
-    return r;
+    if (!gRegistry) gRegistry = new Registry;
+    return *gRegistry;
+}
+
+__attribute__((destructor)) void ReleaseState() {
+    delete gLibrary;
+    gLibrary = nullptr;
+    delete gRegistry;
+    gRegistry = nullptr;
 }
 
 
@@ -114,20 +129,17 @@ U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected) {
 }
 
 std::recursive_mutex& LibraryMutex() {
-    static std::recursive_mutex m;
-    return m;
+    // Never destroyed: commands may still arrive from exit handlers.
+    static std::recursive_mutex* m = new std::recursive_mutex;
+    return *m;
 }
 
 Library& TheLibrary(int family) {
-    // A static object, not a heap one: it is destroyed when the shared
-    // object is unloaded, so nothing is left behind after dlclose.
-    static Library lib;
-    static bool created = false;
-    if (!created) {
-        lib.family = family;
-        created = true;
+    if (!gLibrary) {
+        gLibrary = new Library;
+        gLibrary->family = family;
     }
-    return lib;
+    return *gLibrary;
 }
 
 U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk) {
