@@ -1,0 +1,50 @@
+// Configuration commands of the simulated library: the configuration
+// record, array information and the allowed configuration operations.
+#include <algorithm>
+#include <cstring>
+
+#include "commands/registry.h"
+#include "model/config_records.h"
+
+namespace tarselsim {
+
+namespace {
+
+// The configuration record, as much of it as the buffer holds; the size
+// field always tells the whole record's size. A buffer smaller than the
+// header is refused.
+U32 ReadConfig(CmdContext& ctx) {
+    _TL_LIB_CMD_PARAM_T* blk = ctx.blk;
+    if (!blk->pData) return TL_STATUS_NULL_DATA_PTR;
+    if (blk->dataSize < KV_CONFIG_HEADER_SIZE) return TL_STATUS_INCORRECT_DATA_SIZE;
+    std::vector<U8> record = BuildConfigRecord(*ctx.ctrl);
+    memset(blk->pData, 0, blk->dataSize);
+    memcpy(blk->pData, record.data(), std::min<size_t>(record.size(), blk->dataSize));
+    return KFI_STAT_OK;
+}
+
+U32 GetArrayInfo(CmdContext& ctx) {
+    if (U32 rc = CheckData(ctx.blk, sizeof(_TL_ARRAY_INFO_T))) return rc;
+    const Array* a = ctx.ctrl->findArray(ctx.blk->arrayRef.ref);
+    if (!a) return KFI_STAT_ARRAY_INDEX_INVALID;
+    _TL_ARRAY_INFO_T r = BuildArrayInfo(*ctx.ctrl, *a);
+    memcpy(ctx.blk->pData, &r, sizeof r);
+    return KFI_STAT_OK;
+}
+
+U32 GetConfigAllowedOps(CmdContext& ctx) {
+    if (U32 rc = CheckData(ctx.blk, sizeof(U32))) return rc;
+    U32 ops = ConfigAllowedOps(*ctx.ctrl);
+    memcpy(ctx.blk->pData, &ops, sizeof ops);
+    return KFI_STAT_OK;
+}
+
+} // namespace
+
+void RegisterConfigCommands() {
+    RegisterCommand(TL_CONFIG_CMD_TYPE, TL_READ_CONFIG, ReadConfig);
+    RegisterCommand(TL_CONFIG_CMD_TYPE, TL_GET_ARRAY_INFO, GetArrayInfo);
+    RegisterCommand(TL_CONFIG_CMD_TYPE, TL_GET_CONFIG_ALLOWED_OPERATION, GetConfigAllowedOps);
+}
+
+} // namespace tarselsim
