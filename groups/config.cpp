@@ -9,13 +9,13 @@
 #include "ld.h"
 #include "pd.h"
 
-// BVT globals. The BVT runner owns them; these definitions stand in when the
-// tool is linked without it (unit tests).
-__attribute__((weak)) U8 gLdID = 0;
-__attribute__((weak)) int gArrayIndex = 0;
-__attribute__((weak)) U16 gConfPdID = 0;
-__attribute__((weak)) U16 gUnconfPdList[256] = {0};
-__attribute__((weak)) int gNumUnconfPds = 0;
+// BVT identifiers filled by the configuration summary and used by the
+// unattended runs.
+U8 gLdID = 0;
+int gArrayIndex = 0;
+U16 gConfPdID = 0;
+U16 gUnconfPdList[256] = {0};
+int gNumUnconfPds = 0;
 
 namespace {
 

@@ -13,6 +13,6 @@ for variant in plain asan; do
   cmake -S "$root" -B "$dir" "${flags[@]}" >/dev/null
   cmake --build "$dir" -j"$jobs"
   echo "== tests ($variant)"
-  (cd "$dir" && ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  (cd "$dir" && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
      ctest --output-on-failure -j"$jobs")
 done

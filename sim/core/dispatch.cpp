@@ -29,6 +29,7 @@ struct Registry {
 // dlclose.
 Registry* gRegistry = nullptr;
 Library* gLibrary = nullptr;
+std::recursive_mutex* gMutex = nullptr;
 
 Registry& TheRegistry() {
     if (!gRegistry) gRegistry = new Registry;
@@ -40,6 +41,8 @@ __attribute__((destructor)) void ReleaseState() {
     gLibrary = nullptr;
     delete gRegistry;
     gRegistry = nullptr;
+    delete gMutex;
+    gMutex = nullptr;
 }
 
 
@@ -129,9 +132,10 @@ U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected) {
 }
 
 std::recursive_mutex& LibraryMutex() {
-    // Never destroyed: commands may still arrive from exit handlers.
-    static std::recursive_mutex* m = new std::recursive_mutex;
-    return *m;
+    // Created once, released with the rest of the state by ReleaseState.
+    static std::once_flag created;
+    std::call_once(created, [] { gMutex = new std::recursive_mutex; });
+    return *gMutex;
 }
 
 Library& TheLibrary(int family) {

@@ -43,14 +43,14 @@ std::string RunResult::file(const std::string& name) const { return ReadFile(wor
 
 bool RunResult::hasFile(const std::string& name) const { return access((workdir + "/" + name).c_str(), F_OK) == 0; }
 
-RunResult RunTool(const RunSpec& spec) {
+RunResult RunTool(const RunSpec& runSpec) {
     RunResult r;
     r.workdir = MakeTempDir();
-    for (const auto& [name, text] : spec.files) WriteFile(r.workdir + "/" + name, text);
-    std::string scenario = spec.scenario;
-    if (!spec.scenarioText.empty()) {
+    for (const auto& [name, text] : runSpec.files) WriteFile(r.workdir + "/" + name, text);
+    std::string scenario = runSpec.scenario;
+    if (!runSpec.scenarioText.empty()) {
         scenario = r.workdir + "/scenario.toml";
-        WriteFile(scenario, spec.scenarioText);
+        WriteFile(scenario, runSpec.scenarioText);
     }
     std::string tracePath = r.workdir + "/.simtrace";
 
@@ -66,14 +66,14 @@ RunResult RunTool(const RunSpec& spec) {
         close(outPipe[0]);
         close(outPipe[1]);
         if (chdir(r.workdir.c_str()) != 0) _exit(126);
-        setenv("TARSELTEST_LIBDIR", spec.libdir.empty() ? TARSEL_SIM_DIR : spec.libdir.c_str(), 1);
+        setenv("TARSELTEST_LIBDIR", runSpec.libdir.empty() ? TARSEL_SIM_DIR : runSpec.libdir.c_str(), 1);
         setenv("TARSEL_SIM_SCENARIO", scenario.c_str(), 1);
         setenv("TARSEL_SIM_TRACE", tracePath.c_str(), 1);
         setenv("TARSEL_SIM_CLOCK", "fixed", 0);
-        for (const auto& [k, v] : spec.env) setenv(k.c_str(), v.c_str(), 1);
+        for (const auto& [k, v] : runSpec.env) setenv(k.c_str(), v.c_str(), 1);
         std::vector<char*> argv;
         argv.push_back(const_cast<char*>(TARSELTEST_BIN));
-        for (const auto& a : spec.args) argv.push_back(const_cast<char*>(a.c_str()));
+        for (const auto& a : runSpec.args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
         execv(TARSELTEST_BIN, argv.data());
         _exit(127);
@@ -84,11 +84,11 @@ RunResult RunTool(const RunSpec& spec) {
     fcntl(inPipe[1], F_SETFL, O_NONBLOCK);
     size_t written = 0;
     bool inOpen = true;
-    if (spec.input.empty()) {
+    if (runSpec.input.empty()) {
         close(inPipe[1]);
         inOpen = false;
     }
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(spec.timeoutSeconds);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(runSpec.timeoutSeconds);
     char buf[65536];
     for (;;) {
         struct pollfd fds[2];
@@ -103,9 +103,9 @@ RunResult RunTool(const RunSpec& spec) {
                 r.out.append(buf, got);
             }
             if (inOpen && (fds[1].revents & (POLLOUT | POLLERR | POLLHUP))) {
-                ssize_t put = write(inPipe[1], spec.input.data() + written, spec.input.size() - written);
+                ssize_t put = write(inPipe[1], runSpec.input.data() + written, runSpec.input.size() - written);
                 if (put > 0) written += put;
-                if (put < 0 || written >= spec.input.size()) {
+                if (put < 0 || written >= runSpec.input.size()) {
                     close(inPipe[1]);
                     inOpen = false;
                 }

@@ -31,7 +31,7 @@ struct RunResult {
     bool hasFile(const std::string& name) const;
 };
 
-RunResult RunTool(const RunSpec& spec);
+RunResult RunTool(const RunSpec& runSpec);
 
 // Standard input that walks the start: Enter at "Press Enter", then `rest`.
 std::string StartInput(const std::string& rest);

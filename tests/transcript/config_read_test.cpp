@@ -14,11 +14,11 @@ using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
 RunResult RunConfig(const std::string& items, const std::string& scenario, const std::string& text = "") {
-    RunSpec spec;
-    spec.scenario = scenario;
-    spec.scenarioText = text;
-    spec.input = StartInput("6\n" + items + std::string(40, '\n'));
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenario = scenario;
+    runSpec.scenarioText = text;
+    runSpec.input = StartInput("6\n" + items + std::string(40, '\n'));
+    return RunTool(runSpec);
 }
 
 // Drives of 10240 MB; with coercion mode 0 the controller keeps all but its

@@ -42,11 +42,11 @@ inline std::string Unpaged(const std::string& out) {
 // controller tests' own scenario runs.
 inline RunResult RunCtrl(const std::string& items, const std::string& scenario = "",
                          const std::string& scenarioText = "", const std::string& select = "") {
-    RunSpec spec;
-    spec.scenario = scenario.empty() ? "default" : scenario;
-    spec.scenarioText = scenario.empty() && scenarioText.empty() ? CtrlScenario() : scenarioText;
-    spec.input = StartInput(select + "3\n" + items + std::string(60, '\n'));
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenario = scenario.empty() ? "default" : scenario;
+    runSpec.scenarioText = scenario.empty() && scenarioText.empty() ? CtrlScenario() : scenarioText;
+    runSpec.input = StartInput(select + "3\n" + items + std::string(60, '\n'));
+    return RunTool(runSpec);
 }
 
 // A Korvane controller with the given keys in its table and the given

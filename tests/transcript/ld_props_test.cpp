@@ -14,11 +14,11 @@ using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
 RunResult RunLd(const std::string& items, const std::string& scenario, const std::string& text = "") {
-    RunSpec spec;
-    spec.scenario = scenario;
-    spec.scenarioText = text;
-    spec.input = StartInput("5\n" + items + std::string(40, '\n'));
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenario = scenario;
+    runSpec.scenarioText = text;
+    runSpec.input = StartInput("5\n" + items + std::string(40, '\n'));
+    return RunTool(runSpec);
 }
 
 std::string L30(const char* label, const char* text) { return F("%-30s : ", label) + text + "\n"; }

@@ -214,17 +214,17 @@ std::string DefaultScenarioWith(const std::string& from, const std::string& to, 
 }
 
 RunResult RunScenarioText(const std::string& input, const std::string& scenarioText) {
-    RunSpec spec;
-    spec.scenarioText = scenarioText;
-    spec.input = StartInput(input);
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenarioText = scenarioText;
+    runSpec.input = StartInput(input);
+    return RunTool(runSpec);
 }
 
 RunResult RunMenus(const std::string& input, const std::string& scenario = "default") {
-    RunSpec spec;
-    spec.scenario = scenario;
-    spec.input = StartInput(input);
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenario = scenario;
+    runSpec.input = StartInput(input);
+    return RunTool(runSpec);
 }
 
 // The run ended through the normal exit path.

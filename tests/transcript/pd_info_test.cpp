@@ -21,11 +21,11 @@ RunResult RunPdInfo(const std::vector<int>& ids, const std::string& scenario = "
                     const std::string& scenarioText = "") {
     std::string in;
     for (int id : ids) in += "4\n1\n" + std::to_string(id) + "\n" + std::string(12, '\n');
-    RunSpec spec;
-    spec.scenario = scenario;
-    spec.scenarioText = scenarioText;
-    spec.input = StartInput(in);
-    return RunTool(spec);
+    RunSpec runSpec;
+    runSpec.scenario = scenario;
+    runSpec.scenarioText = scenarioText;
+    runSpec.input = StartInput(in);
+    return RunTool(runSpec);
 }
 
 std::string L35(const char* label, int v) { return F("%-35s : %d\n", label, v); }
