@@ -294,20 +294,25 @@ U32 GetCtrlSeqNum(U16* seqNum) {
     return rval;
 }
 
-U32 SendDcmdWithNoMBox(U32 opCode, U8 dir, void* pData, U32 dataSize) {
+// Sends a firmware direct command without mailbox parameters to the selected
+// controller; prints nothing.
+static U32 SendPlainDcmd(U32 opCode, U8 dir, void* pData, U32 dataSize) {
     _TL_DCMD_INPUT_T dcmd;
     memset(&dcmd, 0, sizeof dcmd);
     dcmd.dataTransferLength = dataSize;
     dcmd.opCode = opCode;
     dcmd.flags = dir;
     dcmd.pData = pData;
-    if (dir == TL_DCMD_DIR_FROM_CTRL && pData != nullptr) memset(pData, 0, dataSize);
-
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
     blk.dataSize = sizeof dcmd;
     blk.pData = &dcmd;
-    U32 rval = ProcessLibCommandCall(&blk);
+    return ProcessLibCommandCall(&blk);
+}
+
+U32 SendDcmdWithNoMBox(U32 opCode, U8 dir, void* pData, U32 dataSize) {
+    if (dir == TL_DCMD_DIR_FROM_CTRL && pData != nullptr) memset(pData, 0, dataSize);
+    U32 rval = SendPlainDcmd(opCode, dir, pData, dataSize);
     if (rval == TL_STATUS_INVALID_CTRL)
         printf("   SendDcmdWithNoMBox: Invalid controller\n");
     else if (rval != 0)
@@ -321,18 +326,7 @@ U32 GetCtrlTimeFunc(U32* seconds) {
 
 U32 GetMFCDefaultsFunc(_KV_MFC_DEFAULTS* mfc) {
     memset(mfc, 0, sizeof(*mfc));
-    _TL_DCMD_INPUT_T dcmd;
-    memset(&dcmd, 0, sizeof dcmd);
-    dcmd.dataTransferLength = sizeof(*mfc);
-    dcmd.opCode = KV_DCMD_CTRL_MFC_DEFAULTS_GET;
-    dcmd.flags = TL_DCMD_DIR_FROM_CTRL;
-    dcmd.pData = mfc;
-
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
-    blk.dataSize = sizeof dcmd;
-    blk.pData = &dcmd;
-    U32 rval = ProcessLibCommandCall(&blk);
+    U32 rval = SendPlainDcmd(KV_DCMD_CTRL_MFC_DEFAULTS_GET, TL_DCMD_DIR_FROM_CTRL, mfc, sizeof(*mfc));
     if (rval == TL_STATUS_INVALID_CTRL)
         printf("GetMFCDefaultsFunc: Invalid controller\n");
     else if (rval != 0)
@@ -341,15 +335,7 @@ U32 GetMFCDefaultsFunc(_KV_MFC_DEFAULTS* mfc) {
 }
 
 void SetFactoryDefaults(void) {
-    _TL_DCMD_INPUT_T dcmd;
-    memset(&dcmd, 0, sizeof dcmd);
-    dcmd.opCode = KV_DCMD_CTRL_SET_FACTORY_DEFAULTS;
-
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
-    blk.dataSize = sizeof dcmd;
-    blk.pData = &dcmd;
-    U32 rval = ProcessLibCommandCall(&blk);
+    U32 rval = SendPlainDcmd(KV_DCMD_CTRL_SET_FACTORY_DEFAULTS, TL_DCMD_DIR_NONE, nullptr, 0);
     if (rval == 0)
         printf("SetFactoryDefaults: ProcessLibCommandCall successfull\n");
     else
