@@ -150,6 +150,32 @@ void PrintMappedOsLinesEx(const _TL_MAPPED_DRIVE_INFO_EX_T& m) {
     printf("\t%-20s : %ld\n", "OS Drive LUN", static_cast<long>(m.osDriveLun));
 }
 
+// Fetches a drive distribution record (refused when the Korvane library runs
+// out of band) and prints its heading, count and entries: `entry` prints one
+// entry's own lines and `after` sees the record with the count printed.
+template <class Record, class PrintEntry, class After>
+U32 ShowDistribution(U8 cmd, U8 istargetId, const char* name, const char* title, const char* rule, U32 capacity,
+                     PrintEntry entry, After after) {
+    if (KorvaneOutOfBand()) {
+        printf("%s: This operation is not supported in OOB mode.\n", name);
+        return 0;
+    }
+    std::vector<U8> buffer(sizeof(Record), 0);
+    auto* dist = reinterpret_cast<Record*>(buffer.data());
+    U32 rval = FetchDistribution(cmd, dist, sizeof(Record), istargetId, name);
+    if (rval != 0) return rval;
+    puts(title);
+    puts(rule);
+    printf("Mapped Devices Count : %ld\n", static_cast<long>(dist->mappedDevicesCount));
+    U32 count = MappedCount(dist->mappedDevicesCount, capacity);
+    for (U32 i = 0; i < count; ++i) {
+        printf("\nMapped Device# %d :\n", static_cast<int>(i));
+        entry(dist->mappedDriveInfo[i]);
+    }
+    after(*dist, count);
+    return 0;
+}
+
 // A U16 at byte `offset` of the enclosure list; false past its end. Slots
 // are numbered from the enclosure's slot offset and index its pdId array
 // directly, so a large offset reaches the entries that follow.
@@ -386,52 +412,31 @@ U32 GetEnclList(void) {
 }
 
 U32 GetLDDistribution(U8 istargetId) {
-    if (KorvaneOutOfBand()) {
-        printf("GetLDDistribution: This operation is not supported in OOB mode.\n");
-        return 0;
-    }
-    std::vector<U8> buffer(sizeof(_TL_DRIVE_DISTRIBUTION_T), 0);
-    auto* dist = reinterpret_cast<_TL_DRIVE_DISTRIBUTION_T*>(buffer.data());
-    U32 rval = FetchDistribution(TL_LD_DISTRIBUTION, dist, sizeof(*dist), istargetId, "GetLDDistribution");
-    if (rval != 0) return rval;
-    puts("\nLD Distribution");
-    puts("---------------");
-    printf("Mapped Devices Count : %ld\n", static_cast<long>(dist->mappedDevicesCount));
-    U32 count = MappedCount(dist->mappedDevicesCount, TL_MAX_MAPPED_DEVICES);
-    for (U32 i = 0; i < count; ++i) {
-        const _TL_MAPPED_DRIVE_INFO_T& m = dist->mappedDriveInfo[i];
-        printf("\nMapped Device# %d :\n", static_cast<int>(i));
-        printf("\tLogical Drive Number : %ld\n", static_cast<long>(m.driveNumber));
-        PrintMappedOsLines(m);
-    }
-    if (gBVTMode && count >= 1) {
-        gOSDriveNum = dist->mappedDriveInfo[0].osDriveNumber;
-        gLdNumber = dist->mappedDriveInfo[0].driveNumber;
-    }
-    return 0;
+    return ShowDistribution<_TL_DRIVE_DISTRIBUTION_T>(
+        TL_LD_DISTRIBUTION, istargetId, "GetLDDistribution", "\nLD Distribution", "---------------",
+        TL_MAX_MAPPED_DEVICES,
+        [](const _TL_MAPPED_DRIVE_INFO_T& m) {
+            printf("\tLogical Drive Number : %ld\n", static_cast<long>(m.driveNumber));
+            PrintMappedOsLines(m);
+        },
+        [](const _TL_DRIVE_DISTRIBUTION_T& d, U32 count) {
+            if (gBVTMode && count >= 1) {
+                gOSDriveNum = d.mappedDriveInfo[0].osDriveNumber;
+                gLdNumber = d.mappedDriveInfo[0].driveNumber;
+            }
+        });
 }
 
 U32 GetPDDistribution(void) {
-    if (KorvaneOutOfBand()) {
-        printf("GetPDDistribution: This operation is not supported in OOB mode.\n");
-        return 0;
-    }
-    std::vector<U8> buffer(sizeof(_TL_DRIVE_DISTRIBUTION_T), 0);
-    auto* dist = reinterpret_cast<_TL_DRIVE_DISTRIBUTION_T*>(buffer.data());
-    U32 rval = FetchDistribution(TL_PD_DISTRIBUTION, dist, sizeof(*dist), 0, "GetPDDistribution");
-    if (rval != 0) return rval;
-    puts("\nPD Distribution");
-    puts("---------------");
-    printf("Mapped Devices Count : %ld\n", static_cast<long>(dist->mappedDevicesCount));
-    U32 count = MappedCount(dist->mappedDevicesCount, TL_MAX_MAPPED_DEVICES);
-    for (U32 i = 0; i < count; ++i) {
-        const _TL_MAPPED_DRIVE_INFO_T& m = dist->mappedDriveInfo[i];
-        printf("\nMapped Device# %d :\n", static_cast<int>(i));
-        printf("\tDevice Id : %ld\n", static_cast<long>(m.driveNumber & 0xFFFF));
-        PrintMappedOsLines(m);
-    }
-    if (gBVTMode && count >= 1) gOSDriveNum = dist->mappedDriveInfo[0].osDriveNumber;
-    return 0;
+    return ShowDistribution<_TL_DRIVE_DISTRIBUTION_T>(
+        TL_PD_DISTRIBUTION, 0, "GetPDDistribution", "\nPD Distribution", "---------------", TL_MAX_MAPPED_DEVICES,
+        [](const _TL_MAPPED_DRIVE_INFO_T& m) {
+            printf("\tDevice Id : %ld\n", static_cast<long>(m.driveNumber & 0xFFFF));
+            PrintMappedOsLines(m);
+        },
+        [](const _TL_DRIVE_DISTRIBUTION_T& d, U32 count) {
+            if (gBVTMode && count >= 1) gOSDriveNum = d.mappedDriveInfo[0].osDriveNumber;
+        });
 }
 
 U32 GetLDList(void) {
@@ -468,51 +473,29 @@ U32 GetLDList(void) {
 }
 
 U32 GetExtLDDistribution(U8 istargetId) {
-    if (KorvaneOutOfBand()) {
-        printf("GetExtLDDistribution: This operation is not supported in OOB mode.\n");
-        return 0;
-    }
-    std::vector<U8> buffer(sizeof(_TL_DRIVE_DISTRIBUTION_EX_T), 0);
-    auto* dist = reinterpret_cast<_TL_DRIVE_DISTRIBUTION_EX_T*>(buffer.data());
-    U32 rval = FetchDistribution(TL_LD_DISTRIBUTION_EX, dist, sizeof(*dist), istargetId, "GetExtLDDistribution");
-    if (rval != 0) return rval;
-    puts("\nExtended LD Distribution");
-    puts("------------------------");
-    printf("Mapped Devices Count : %ld\n", static_cast<long>(dist->mappedDevicesCount));
-    U32 count = MappedCount(dist->mappedDevicesCount, TL_MAX_MAPPED_DEVICES_EX);
-    for (U32 i = 0; i < count; ++i) {
-        const _TL_MAPPED_DRIVE_INFO_EX_T& m = dist->mappedDriveInfo[i];
-        printf("\nMapped Device# %d :\n", static_cast<int>(i));
-        printf("\t%-20s : %ld\n", "Logical Drive Number", static_cast<long>(m.driveNumber));
-        PrintMappedOsLinesEx(m);
-    }
-    return 0;
+    return ShowDistribution<_TL_DRIVE_DISTRIBUTION_EX_T>(
+        TL_LD_DISTRIBUTION_EX, istargetId, "GetExtLDDistribution", "\nExtended LD Distribution",
+        "------------------------", TL_MAX_MAPPED_DEVICES_EX,
+        [](const _TL_MAPPED_DRIVE_INFO_EX_T& m) {
+            printf("\t%-20s : %ld\n", "Logical Drive Number", static_cast<long>(m.driveNumber));
+            PrintMappedOsLinesEx(m);
+        },
+        [](const _TL_DRIVE_DISTRIBUTION_EX_T&, U32) {});
 }
 
 U32 GetExtPDDistribution(void) {
-    if (KorvaneOutOfBand()) {
-        printf("GetExtPDDistribution: This operation is not supported in OOB mode.\n");
-        return 0;
-    }
-    std::vector<U8> buffer(sizeof(_TL_DRIVE_DISTRIBUTION_EX_T), 0);
-    auto* dist = reinterpret_cast<_TL_DRIVE_DISTRIBUTION_EX_T*>(buffer.data());
-    U32 rval = FetchDistribution(TL_PD_DISTRIBUTION_EX, dist, sizeof(*dist), 0, "GetExtPDDistribution");
-    if (rval != 0) return rval;
-    puts("\nExtended PD Distribution");
-    puts("------------------------");
-    printf("Mapped Devices Count : %ld\n", static_cast<long>(dist->mappedDevicesCount));
-    U32 count = MappedCount(dist->mappedDevicesCount, TL_MAX_MAPPED_DEVICES_EX);
-    for (U32 i = 0; i < count; ++i) {
-        const _TL_MAPPED_DRIVE_INFO_EX_T& m = dist->mappedDriveInfo[i];
-        char sas[17];
-        memset(sas, 0, sizeof sas);
-        FormatSASAddr(m.sasAddr, sas);
-        printf("\nMapped Device# %d :\n", static_cast<int>(i));
-        printf("\t%-20s : %ld\n", "Device Id", static_cast<long>(m.driveNumber & 0xFFFF));
-        printf("\t%-20s : %s\n", "SAS Address", sas);
-        PrintMappedOsLinesEx(m);
-    }
-    return 0;
+    return ShowDistribution<_TL_DRIVE_DISTRIBUTION_EX_T>(
+        TL_PD_DISTRIBUTION_EX, 0, "GetExtPDDistribution", "\nExtended PD Distribution", "------------------------",
+        TL_MAX_MAPPED_DEVICES_EX,
+        [](const _TL_MAPPED_DRIVE_INFO_EX_T& m) {
+            char sas[17];
+            memset(sas, 0, sizeof sas);
+            FormatSASAddr(m.sasAddr, sas);
+            printf("\t%-20s : %ld\n", "Device Id", static_cast<long>(m.driveNumber & 0xFFFF));
+            printf("\t%-20s : %s\n", "SAS Address", sas);
+            PrintMappedOsLinesEx(m);
+        },
+        [](const _TL_DRIVE_DISTRIBUTION_EX_T&, U32) {});
 }
 
 U32 GetPCIInfo(void) {
