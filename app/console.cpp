@@ -12,8 +12,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <string>
-
 #include "tarseltest.h"
 
 int numLines = 0;
@@ -101,29 +99,38 @@ void GetInteger(const char* prompt, int* value) {
 
 int ReadIntLine(int* value) {
     FlushPrompt();
-    std::string line;
+    // White space before the number is skipped, line ends included, so a
+    // blank line is not an answer: the read goes on to the next line.
     int c;
-    while ((c = getchar()) != EOF && c != '\n') line.push_back(static_cast<char>(c));
-    if (c == EOF && line.empty()) ExitApp();
+    do {
+        c = getchar();
+        if (c == EOF) ExitApp();
+    } while (isspace(c));
 
-    *value = 0;
-    size_t i = 0;
-    while (i < line.size() && isspace(static_cast<unsigned char>(line[i]))) ++i;
     bool negative = false;
-    if (i < line.size() && (line[i] == '+' || line[i] == '-')) {
-        negative = line[i] == '-';
-        ++i;
+    if (c == '+' || c == '-') {
+        negative = c == '-';
+        c = getchar();
     }
-    if (i >= line.size() || !isdigit(static_cast<unsigned char>(line[i]))) return 0;
-
-    // Accumulate towards the sign so that INT_MIN is representable.
+    // Accumulate towards the sign so that INT_MIN is representable; a value
+    // past the range of int converts nothing.
+    bool digits = false, inRange = true;
     long long n = 0;
-    for (; i < line.size() && isdigit(static_cast<unsigned char>(line[i])); ++i) {
-        n = n * 10 + (line[i] - '0');
-        if (n > static_cast<long long>(INT_MAX) + 1) return 0;
+    for (; c != EOF && isdigit(c); c = getchar()) {
+        digits = true;
+        if (inRange) {
+            n = n * 10 + (c - '0');
+            if (n > static_cast<long long>(INT_MAX) + 1) inRange = false;
+        }
     }
     if (negative) n = -n;
-    if (n > INT_MAX || n < INT_MIN) return 0;
+    if (n > INT_MAX) inRange = false;
+
+    // The rest of the line is discarded; end of input here ends only the
+    // discard (the next read ends the program).
+    while (c != '\n' && c != EOF) c = getchar();
+
+    if (!digits || !inRange) return 0;
     *value = static_cast<int>(n);
     return 1;
 }

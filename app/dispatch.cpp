@@ -26,6 +26,26 @@ void InitCmdBlock(_TL_LIB_CMD_PARAM_T* block, U8 cmdType, U8 cmd) {
     block->ctrlId = SelectedCtrlWord();
 }
 
+namespace {
+
+// True when `entry` is the entry point of a variant that is still loaded.
+// The entry point in use can outlive its variant (start-up unloads variants
+// that found no controller), and calling into an unloaded library would
+// jump into unmapped code.
+bool IsLoadedEntry(ProcessLibCommandFunc entry) {
+    if (entry == nullptr) return false;
+    return (libKVPresent && entry == pfnProcessLibCommandKV) || (libPXPresent && entry == pfnProcessLibCommandPX) ||
+           (libPX2Present && entry == pfnProcessLibCommandPX2) || (libPX3Present && entry == pfnProcessLibCommandPX3);
+}
+
+// Calls the entry point, or answers "invalid controller" without calling
+// anything when it belongs to no loaded variant.
+U32 CallEntry(ProcessLibCommandFunc entry, _TL_LIB_CMD_PARAM_T* block) {
+    return IsLoadedEntry(entry) ? entry(block) : TL_STATUS_INVALID_CTRL;
+}
+
+}  // namespace
+
 U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block) {
     int sel = gSelController;
     if (sel >= 0 && sel < TL_MAX_CTRLS) {
@@ -38,10 +58,10 @@ U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block) {
         }
     }
     ProcessLibCommandFunc entry = pfnProcessLibCommand;
-    if (!gBVTMode) return entry ? entry(block) : TL_STATUS_INIT_NOT_DONE;
+    if (!gBVTMode) return CallEntry(entry, block);
 
     time_t start = time(nullptr);
-    U32 rval = entry ? entry(block) : TL_STATUS_INIT_NOT_DONE;
+    U32 rval = CallEntry(entry, block);
     time_t end = time(nullptr);
     BVTPrintStatus(BVTTypeName(block->cmdType), BVTCommandName(block->cmdType, block->cmd), (int)rval,
                    difftime(end, start));

@@ -33,6 +33,12 @@ const void* RecordAt(const _KV_CONFIG_DATA* p, U64 offset, U64 length) {
     return Bytes(p) + offset;
 }
 
+// Entries of the array-information table of a summary: one per array the
+// record declares, never more than a controller can hold.
+U32 ArrayInfoSlots(const _KV_CONFIG_DATA* p) {
+    return p->arrayCount < KV_CONFIG_MAX_ARRAYS ? p->arrayCount : KV_CONFIG_MAX_ARRAYS;
+}
+
 U64 LDBase(const _KV_CONFIG_DATA* p) { return KV_CONFIG_HEADER_SIZE + (U64)KV_CONFIG_ARRAY_SIZE * p->arrayCount; }
 
 void PauseForEnter() {
@@ -145,6 +151,9 @@ U32 ReadConfigBuffer(_KV_CONFIG_DATA** ppConfig) {
     U32 ctrlId = SelectedCtrlWord();
     U32 rval = TltGetConfigSize(ctrlId, &size);
     if (rval != 0) return rval;
+    // A size no controller can produce is refused before anything is
+    // allocated or read: the record would not be walked sensibly anyway.
+    if (size > KV_CONFIG_MAX_SIZE) return TL_STATUS_MEMALLOC_FAILED;
     // Never smaller than the declared record, so the header can be read.
     size_t bytes = size > sizeof(_KV_CONFIG_DATA) ? size : sizeof(_KV_CONFIG_DATA);
     auto* cfg = static_cast<_KV_CONFIG_DATA*>(calloc(1, bytes));
@@ -159,6 +168,7 @@ U32 ReadConfigBuffer(_KV_CONFIG_DATA** ppConfig) {
 int ReadConfig(void) {
     _KV_CONFIG_DATA* cfg = nullptr;
     U32 rval = ReadConfigBuffer(&cfg);
+    if (rval == TL_STATUS_MEMALLOC_FAILED && cfg == nullptr) printf("ReadConfig : Get Config Failed\n");
     if (cfg == nullptr) return (int)rval; // size query failed: nothing printed
     if (rval != 0)
         printf("ReadConfig : Get Config Failed\n");
@@ -171,19 +181,19 @@ int ReadConfig(void) {
 /* ---------------- walking ---------------- */
 
 const _KV_ARRAY* ConfigArrayAt(const _KV_CONFIG_DATA* p, U32 index) {
-    if (p == nullptr || index >= p->arrayCount) return nullptr;
+    if (p == nullptr || index >= p->arrayCount || index >= KV_CONFIG_MAX_ARRAYS) return nullptr;
     return static_cast<const _KV_ARRAY*>(
         RecordAt(p, KV_CONFIG_HEADER_SIZE + (U64)KV_CONFIG_ARRAY_SIZE * index, KV_CONFIG_ARRAY_SIZE));
 }
 
 const _KV_LD_CONFIG* ConfigLDAt(const _KV_CONFIG_DATA* p, U32 index) {
-    if (p == nullptr || index >= p->logDrvCount) return nullptr;
+    if (p == nullptr || index >= p->logDrvCount || index >= KV_CONFIG_MAX_LDS) return nullptr;
     return static_cast<const _KV_LD_CONFIG*>(
         RecordAt(p, LDBase(p) + (U64)KV_CONFIG_LD_SIZE * index, KV_CONFIG_LD_SIZE));
 }
 
 const _KV_SPARE* ConfigSpareAt(const _KV_CONFIG_DATA* p, U32 index) {
-    if (p == nullptr || index >= p->sparesCount) return nullptr;
+    if (p == nullptr || index >= p->sparesCount || index >= KV_CONFIG_MAX_SPARES) return nullptr;
     U64 base = LDBase(p) + (U64)KV_CONFIG_LD_SIZE * p->logDrvCount;
     return static_cast<const _KV_SPARE*>(RecordAt(p, base + (U64)KV_CONFIG_SPARE_SIZE * index, KV_CONFIG_SPARE_SIZE));
 }
@@ -442,7 +452,7 @@ U32 PrintConfigSummary(_TLT_CONFIG_INFO* pInfo, bool isForeign) {
         if (arrays == 0) {
             printf("No arrays detected\n");
         } else {
-            pInfo->pSlArrayInfo = static_cast<_TL_ARRAY_INFO_T*>(calloc(cfg->arrayCount, kArrayInfoBytes));
+            pInfo->pSlArrayInfo = static_cast<_TL_ARRAY_INFO_T*>(calloc(ArrayInfoSlots(cfg), kArrayInfoBytes));
             if (pInfo->pSlArrayInfo == nullptr) {
                 printf("PrintConfigSummary: Memory allocation failed.\n");
                 return TL_STATUS_MEMALLOC_FAILED;
@@ -510,7 +520,7 @@ U32 ValidateArrayIndex(const _TLT_CONFIG_INFO* pInfo, int arrayIndex) {
         printf("GetArrayFreeSpace: NULL paramter passed\n");
         return TL_STATUS_NULL_DATA_PTR;
     }
-    if (arrayIndex < 0 || arrayIndex >= pInfo->pMrConfigData->arrayCount) {
+    if (arrayIndex < 0 || (U32)arrayIndex >= ArrayInfoSlots(pInfo->pMrConfigData)) {
         printf("GetArrayFreeSpace: Invalid array index\n");
         return TL_STATUS_PRECONDITION;
     }
@@ -538,7 +548,7 @@ U32 GetArrayFreeBlocksPerDisk(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* free
     U8 targetId = ai.ldInfo[0].targetId;
     bool found = false;
     U64 smallest = 0;
-    for (U32 j = 0; j < pInfo->pMrConfigData->arrayCount; ++j) {
+    for (U32 j = 0; j < ArrayInfoSlots(pInfo->pMrConfigData); ++j) {
         const _TL_ARRAY_INFO_T& aj = pInfo->pSlArrayInfo[j];
         if (!isArrayInLd(&aj, targetId)) continue;
         U64 f = CountedFree(aj);

@@ -353,6 +353,16 @@ typedef struct _KV_SPARE {
 #define KV_CONFIG_LD_SIZE 256
 #define KV_CONFIG_SPARE_SIZE 40
 #define KV_CONFIG_HEADER_SIZE 32
+/* The largest configuration a controller can hold: target ids and array
+   references fit a byte-sized limit (maxLDs, maxArrays) and spares are
+   drives of the 256-entry device list, so no real record exceeds 256 of
+   each. */
+#define KV_CONFIG_MAX_ARRAYS 256
+#define KV_CONFIG_MAX_LDS 256
+#define KV_CONFIG_MAX_SPARES 256
+#define KV_CONFIG_MAX_SIZE                                                                                    \
+    (KV_CONFIG_HEADER_SIZE + KV_CONFIG_MAX_ARRAYS * KV_CONFIG_ARRAY_SIZE + KV_CONFIG_MAX_LDS * KV_CONFIG_LD_SIZE + \
+     KV_CONFIG_MAX_SPARES * KV_CONFIG_SPARE_SIZE)
 
 typedef struct _KV_CONFIG_DATA {
     U32 size; /* whole record, header included */

@@ -106,9 +106,11 @@ char* Print64(U64 value, char* buffer, int size);
 void swapBytes(const void* source, void* destination, U32 length);
 int isLeap(int year);
 int InterpretTime(U32 time, char* buffer);
-/* Read one line and convert it like scanf "%d" followed by flush_input.
-   Returns 1 and stores the number when the line starts with a number that
-   fits an int; returns 0 and stores 0 otherwise. End of input: ExitApp. */
+/* Read a number like scanf "%d" followed by flush_input: white space and
+   blank lines before it are skipped, then an optional sign and digits are
+   the number and the rest of that line is discarded. Returns 1 and stores
+   the number when one that fits an int was read; returns 0 and leaves the
+   value unchanged otherwise. End of input before a number: ExitApp. */
 int ReadIntLine(int* value);
 /* Read one character (getchar); end of input: ExitApp. */
 int ReadChar(void);

@@ -37,6 +37,19 @@ std::string ReadFile(const std::string& path) {
     return ss.str();
 }
 
+// A run that crashed, hung, reported a sanitizer error or exited with an
+// unexpected status fails the test that made it, whatever else it checks.
+void CheckOutcome(const RunSpec& spec, const RunResult& r) {
+    const bool sanitizer = r.out.find("Sanitizer") != std::string::npos ||
+                           r.out.find("runtime error:") != std::string::npos;
+    if (!r.timedOut && !sanitizer && r.status == spec.expectedStatus) return;
+    std::string tail = r.out.size() > 3000 ? r.out.substr(r.out.size() - 3000) : r.out;
+    ADD_FAILURE() << "tool run ended abnormally: "
+                  << (r.timedOut ? "timed out" : "status " + std::to_string(r.status))
+                  << (sanitizer ? ", sanitizer report" : "") << " (expected exit status " << spec.expectedStatus
+                  << ")\n--- end of output ---\n" << tail;
+}
+
 } // namespace
 
 std::string RunResult::file(const std::string& name) const { return ReadFile(workdir + "/" + name); }
@@ -124,10 +137,17 @@ RunResult RunTool(const RunSpec& runSpec) {
     r.status = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
     std::istringstream trace(ReadFile(tracePath));
     for (std::string line; std::getline(trace, line);) r.trace.push_back(line);
+    if (runSpec.expectedStatus >= 0) CheckOutcome(runSpec, r);
     return r;
 }
 
 std::string StartInput(const std::string& rest) { return "\n" + rest; }
+
+std::string Filler(int lines) {
+    std::string out;
+    for (int i = 0; i < lines; ++i) out += ".\n";
+    return out;
+}
 
 size_t FindFrom(const std::string& hay, const std::string& needle, size_t from) { return hay.find(needle, from); }
 

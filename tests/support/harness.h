@@ -19,6 +19,10 @@ struct RunSpec {
     std::map<std::string, std::string> env; // extra environment
     std::map<std::string, std::string> files; // files to create in the work dir first
     int timeoutSeconds = 60;
+    // The run fails the test unless it ends by exiting with this status
+    // (a signal, a timeout or a sanitizer report always fail it); -1: the
+    // test checks the outcome itself.
+    int expectedStatus = 0;
 };
 
 struct RunResult {
@@ -35,6 +39,12 @@ RunResult RunTool(const RunSpec& runSpec);
 
 // Standard input that walks the start: Enter at "Press Enter", then `rest`.
 std::string StartInput(const std::string& rest);
+
+// `lines` lines of "." that answer whatever pager pauses and "Press ENTER to
+// continue" remain after an item and then lead back to the main menu: a
+// line that is not a number leaves a group menu and is refused by the main
+// menu. (Blank lines cannot do this: a number prompt skips them.)
+std::string Filler(int lines);
 
 // Index of `needle` in `hay` at or after `from`, or std::string::npos.
 size_t FindFrom(const std::string& hay, const std::string& needle, size_t from = 0);

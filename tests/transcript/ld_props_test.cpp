@@ -109,7 +109,7 @@ TEST(LdInfo, DefaultPresetEveryLogicalDriveAndSpannedRaid10) {
     }));
     RunResult large = RunLd([] {
         std::string in;
-        for (int t = 0; t < 64; ++t) in += "1\n" + std::to_string(t) + "\n" + std::string(8, '\n') + "5\n";
+        for (int t = 0; t < 64; ++t) in += "1\n" + std::to_string(t) + "\n" + Filler(8) + "5\n";
         return in;
     }(), "large");
     EXPECT_EQ(CountOf(Unpaged(large.out), "\nLogical Drive Information\n"), 64);

@@ -245,11 +245,12 @@ TEST(MainMenu, ExactTextAndZeroQuits) {
 }
 
 TEST(MainMenu, UnlistedOrNonNumericChoiceIsInvalid) {
-    RunResult r = RunMenus("15\nxyz\n\n0\n");
+    // Blank lines are no answer: the choice is read from the next line.
+    RunResult r = RunMenus("15\nxyz\n\n\n \r\n0\n");
     ExpectCleanExit(r);
-    EXPECT_EQ(3, CountOf(r.out, "Invalid Entry, Try Again\n"));
+    EXPECT_EQ(2, CountOf(r.out, "Invalid Entry, Try Again\n"));
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\nInvalid Entry, Try Again\n" + kMainMenu}));
-    EXPECT_EQ(4, CountOf(r.out, kMainTitle));
+    EXPECT_EQ(3, CountOf(r.out, kMainTitle));
 }
 
 // Every group menu's text, and 99 leading straight back to the main menu.
@@ -279,13 +280,23 @@ TEST(GroupMenus, ZeroEndsTheProgram) {
 }
 
 TEST(GroupMenus, NotANumberCountsAsUnlisted) {
-    // letters, an empty line, a number too large for an int, a bare sign
-    RunResult r = RunMenus("2\nabc\n3\n\n4\n99999999999999999999\n9\n-\n0\n");
+    // letters, a number too large for an int, a bare sign; the blank lines
+    // before "99" are skipped, so the controller menu stays open until then
+    RunResult r = RunMenus("2\nabc\n3\n\n\n99\n4\n99999999999999999999\n9\n-\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {SystemMenu() + kMainMenu, kControllerMenu + kMainMenu, kPDMenu + kMainMenu,
                                         kEventMenu + kMainMenu}));
+    EXPECT_EQ(1, CountOf(r.out, kControllerTitle));
     EXPECT_EQ(std::string::npos, r.out.find(kPressEnter));
     EXPECT_EQ(std::string::npos, r.out.find("Invalid Entry"));
+}
+
+TEST(GroupMenus, NumberAfterBlankLinesAndTrailingTextIsTheChoice) {
+    // "  36 trailing words" is item 36; the rest of its line is discarded.
+    RunResult r = RunMenus("3\n\n\n  36 trailing words\n\n99\n0\n");
+    ExpectCleanExit(r);
+    EXPECT_TRUE(ContainsInOrder(r.out, {kControllerMenu + "\nUnsupported for now." + kPressEnter + "\n" +
+                                        kControllerMenu + kMainMenu}));
 }
 
 TEST(GroupMenus, NoControllerSelectedShowsMinusOne) {
@@ -338,6 +349,18 @@ TEST(SecurityMenu, ControllerInformationFailureIsReported) {
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu, "ProcessLibCommand failed. rval = 0x800a\n" + kMainMenu}));
     EXPECT_EQ(std::string::npos, r.out.find("KEY MANAGEMENT MENU"));
+}
+
+TEST(SecurityMenu, NoCallIntoAVariantThatStartUpUnloaded) {
+    // On the multi preset PX2 finds no controller and is unloaded last, so
+    // its entry point is the one "assigned last"; a negative index selects
+    // no controller and the command must not jump into the unloaded library.
+    RunResult r = RunMenus("-5\n12\n0\n", "multi");
+    ExpectCleanExit(r);
+    EXPECT_TRUE(ContainsInOrder(r.out, {"\n\nUnInitializing library for SAS PX2 Controller...",
+                                        "Please select a controller index(0 based) to test with:: ",
+                                        "ProcessLibCommand failed. rval = 0x800a\n" +
+                                        kMainMenu}));
 }
 
 TEST(OobMenu, RefusedWhenNotOutOfBand) {

@@ -15,12 +15,12 @@ using ctrltest::FirstTrace;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-// Drive report of each device id, one after the other; the empty lines
+// Drive report of each device id, one after the other; the filler lines
 // answer the pager and lead back to the main menu.
 RunResult RunPdInfo(const std::vector<int>& ids, const std::string& scenario = "default",
                     const std::string& scenarioText = "") {
     std::string in;
-    for (int id : ids) in += "4\n1\n" + std::to_string(id) + "\n" + std::string(12, '\n');
+    for (int id : ids) in += "4\n1\n" + std::to_string(id) + "\n" + Filler(12);
     RunSpec runSpec;
     runSpec.scenario = scenario;
     runSpec.scenarioText = scenarioText;
@@ -33,6 +33,17 @@ std::string L35s(const char* label, const char* v) { return F("%-35s : %s\n", la
 std::string L35x(const char* label, unsigned v) { return F("%-35s : 0x%X\n", label, v); }
 std::string L35ld(const char* label, long v) { return F("%-35s : %ld\n", label, v); }
 std::string S35(const char* text) { return F("%-35s\n", text); }
+
+TEST(PdInfoReport, BlankLinesBeforeTheDeviceIdAreNoAnswer) {
+    // The device id is read like scanf "%d": Enter alone waits for the id.
+    RunSpec runSpec;
+    runSpec.input = StartInput("4\n1\n\n\n16\n" + Filler(12));
+    RunResult r = RunTool(runSpec);
+    auto info = TraceFor(r, 2, 0);
+    ASSERT_FALSE(info.empty());
+    EXPECT_NE(info[0].find(" ref=10000"), std::string::npos) << info[0];
+    EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {"Enter the Physical Device ID--->", L35("Device ID", 16)}));
+}
 
 TEST(PdInfoReport, DefaultDriveInEnumeratedEnclosure) {
     RunResult r = RunPdInfo({12});

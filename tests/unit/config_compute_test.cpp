@@ -3,6 +3,7 @@
 // configuration record and the boot-sector test.
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
 #include <string.h>
 
 #include <vector>
@@ -139,6 +140,48 @@ TEST(ConfigWalk, RecordsOutsideTheSizeAreNotReturned) {
     ASSERT_NE(ConfigSpareAt(c, 0), nullptr);
     EXPECT_EQ((const U8*)ConfigSpareAt(c, 0) - buf.data(), 32 + 2 * 288 + 2 * 256);
     EXPECT_EQ((const U8*)ConfigLDAt(c, 1) - buf.data(), 32 + 2 * 288 + 256);
+}
+
+// A library whose size query answers `gReportedSize`; counts its calls.
+U32 gReportedSize = 0;
+int gConfigCalls = 0;
+U32 SizeReporter(_TL_LIB_CMD_PARAM_T* blk) {
+    ++gConfigCalls;
+    if (blk->dataSize >= 4) memcpy(blk->pData, &gReportedSize, 4);
+    return 0;
+}
+
+TEST(ConfigWalk, SizeAndCountsBeyondAnyControllerAreRefused) {
+    pfnProcessLibCommandKV = SizeReporter;
+    libKVPresent = 1;
+    memset(&gCtrlList, 0, sizeof gCtrlList);
+    gCtrlList.count = 1;
+    gSelController = 0;
+    // 256 arrays, logical drives and spares is the most a controller holds.
+    const U32 largest = 32 + 256 * 288 + 256 * 256 + 256 * 40;
+    for (U32 size : {largest + 1, 0xFFFFFFFFu}) {
+        gReportedSize = size;
+        gConfigCalls = 0;
+        _KV_CONFIG_DATA* cfg = nullptr;
+        EXPECT_EQ(ReadConfigBuffer(&cfg), 0x8015u) << size;
+        EXPECT_EQ(cfg, nullptr);
+        EXPECT_EQ(gConfigCalls, 1); // the size query only
+    }
+    gReportedSize = largest;
+    _KV_CONFIG_DATA* cfg = nullptr;
+    EXPECT_EQ(ReadConfigBuffer(&cfg), 0u);
+    ASSERT_NE(cfg, nullptr);
+    free(cfg);
+    gSelController = -1;
+    libKVPresent = 0;
+
+    // Counts past 256 are not walked even when the record is large enough.
+    std::vector<U8> buf(32 + 300 * 288);
+    auto* c = reinterpret_cast<_KV_CONFIG_DATA*>(buf.data());
+    c->size = (U32)buf.size();
+    c->arrayCount = 300;
+    EXPECT_NE(ConfigArrayAt(c, 255), nullptr);
+    EXPECT_EQ(ConfigArrayAt(c, 256), nullptr);
 }
 
 TEST(ConfigWalk, FindArrayByReference) {

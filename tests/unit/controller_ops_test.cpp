@@ -61,6 +61,7 @@ class CtrlOps : public ::testing::Test {
     void SetUp() override {
         gFake = Fake{};
         pfnProcessLibCommandKV = FakeEntry;
+        libKVPresent = 1;
         memset(&gCtrlList, 0, sizeof gCtrlList);
         memset(&gCtrlListKV, 0, sizeof gCtrlListKV);
         gCtrlList.count = 1;

@@ -69,6 +69,7 @@ class CtrlPrint : public ::testing::Test {
         gFake = Fake{};
         pfnProcessLibCommandKV = FakeEntry;
         pfnProcessLibCommandPX2 = FakeEntry;
+        libKVPresent = libPX2Present = 1;
         pfnProcessLibCommand = FakeEntry;
         memset(&gCtrlList, 0, sizeof gCtrlList);
         gCtrlList.count = 2;

@@ -34,6 +34,7 @@ class Dispatch : public ::testing::Test {
         pfnProcessLibCommandPX = FakePX;
         pfnProcessLibCommandPX2 = FakePX2;
         pfnProcessLibCommandPX3 = FakePX3;
+        libKVPresent = libPXPresent = libPX2Present = libPX3Present = 1;
         memset(&gCtrlList, 0, sizeof(gCtrlList));
         gCtrlList.count = 4;
         gCtrlList.ctrlId[0] = 0x00000000u;
@@ -93,6 +94,22 @@ TEST_F(Dispatch, UnknownFamilyKeepsTheEntryPointInUse) {
     pfnProcessLibCommand = FakePX2;
     ProcessLibCommandCall(&blk);
     EXPECT_EQ(gLastVariant, 2);
+}
+
+TEST_F(Dispatch, UnloadedVariantIsNeverCalled) {
+    // The entry point assigned last may belong to a variant that start-up
+    // unloaded; the call must answer "invalid controller" instead.
+    _TL_LIB_CMD_PARAM_T blk{};
+    libPX2Present = 0;
+    pfnProcessLibCommand = FakePX2;
+    EXPECT_EQ(ProcessLibCommandCall(&blk), 0x800Au);
+    EXPECT_EQ(gLastVariant, -1);
+    gSelController = 2; // a PX2 controller, its variant gone
+    EXPECT_EQ(ProcessLibCommandCall(&blk), 0x800Au);
+    EXPECT_EQ(gLastVariant, -1);
+    gSelController = 3; // a loaded variant still answers
+    EXPECT_EQ(ProcessLibCommandCall(&blk), 0u);
+    EXPECT_EQ(gLastVariant, 4);
 }
 
 TEST_F(Dispatch, StatusIsReturnedUnchangedAndNothingIsLoggedOutsideBVT) {
