@@ -71,7 +71,7 @@ void selectController(void) {
         printf("Only one controller present. Selected Controller = %d\n", gSelController);
     } else {
         gSelController = -1;
-        printf("No controllers present");
+        puts("No controllers present");
     }
     // Any negative index leaves no controller addressed; only 0..63 name a slot.
     if (gSelController >= 0 && gSelController < TL_MAX_CTRLS) {
@@ -113,7 +113,7 @@ U32 SendDCMDPassThru(_TL_DCMD_INPUT_T* input) {
     blk.pData = input;
     U32 rval = ProcessLibCommandCall(&blk);
     if (rval == TL_STATUS_INVALID_CTRL)
-        printf("Invalid controller");
+        puts("Invalid controller");
     else if (rval != 0)
         printf("GetMFCDefaults : ProcessLibCommandCall failed ;  rval = 0x%X\n", rval);
     return rval;

@@ -187,7 +187,7 @@ const MenuItem kControllerItems[] = {
     {33, nullptr},  // GetMFCManufacturingInfo
     {34, nullptr},  // GetMFCManufacturingInfo2
     {35, nullptr},  // FlashPDFirmware
-    {36, [] { printf("\nUnsupported for now."); }},  // FlashPDFirmwareSTP
+    {36, [] { puts("\nUnsupported for now."); }},  // FlashPDFirmwareSTP
     {37, nullptr},  // GetPinnedCacheList
     {38, nullptr},  // DiscardPinnedCache
     {39, nullptr},  // ClearBBMLog
@@ -613,7 +613,7 @@ int showKeyManagementMenu(void) {
         return 0;
     }
     if (!info.adapterOperations.supportSecurity) {
-        printf("Security option is not enabled on controller ");
+        puts("Security option is not enabled on controller ");
         return 0;
     }
     return RunGroupMenu(kKeyMenu);

@@ -109,7 +109,7 @@ U32 InitializeLibraryKV(void) {
     char sysfsLib[1024] = "libsysfs.so.2.0.1";
     U32 rval = SendInit(&gCtrlListKV);
     switch (rval) {
-    case 0: printf("InitializeLibraryKV successful"); break;
+    case 0: puts("InitializeLibraryKV successful"); break;
     case TL_STATUS_INIT_FAILED: printf("InitializeLibraryKV failed; rval = 0x%X\n", rval); break;
     case TL_STATUS_SYSFS_NOT_FOUND: printf("InitializeLibraryKV failed: %s not found\n", sysfsLib); break;
     case TL_STATUS_ACCESS_LEVEL:
@@ -128,7 +128,7 @@ static U32 InitializePXFamily(_TL_CTRL_LIST_T* list, const char* fn) {
     memset(list, 0, sizeof(*list));
     U32 rval = SendInit(list);
     switch (rval) {
-    case 0: printf("%s successful", fn); break;
+    case 0: printf("%s successful\n", fn); break;
     case TL_STATUS_INIT_FAILED: printf("%s failed; rval = 0x%X\n", fn, rval); break;
     case TL_STATUS_SYSFS_NOT_FOUND: printf("%s failed: %s not found\n", fn, sysfsLib); break;
     case TL_STATUS_PCI_NOT_FOUND: printf("%s failed: %s not found\n", fn, pciLib); break;
@@ -144,7 +144,7 @@ U32 InitializeLibraryPX2(void) { return InitializePXFamily(&gCtrlListPX2, "Initi
 U32 InitializeLibraryPX3(void) {
     U32 rval = SendInit(&gCtrlListPX3);
     if (rval == 0)
-        printf("InitializeLibraryPX3 successful");
+        puts("InitializeLibraryPX3 successful");
     else
         printf("InitializeLibraryPX3 failed; rval = 0x%X\n", rval);
     return rval;
@@ -175,7 +175,7 @@ U32 UnInitializeLibrary(void) {
     blk.cmd = TL_EXIT_LIB;
     U32 rval = ProcessLibCommandCall(&blk);
     if (rval == 0)
-        printf("UnInitializeLibrary successful");
+        puts("UnInitializeLibrary successful");
     else
         printf("UnInitializeLibrary failed; rval = 0x%X\n", rval);
     return rval;
@@ -290,7 +290,7 @@ int TarseltestMain(int argc, char** argv) {
         }
     }
     if (!libKVPresent && !libPXPresent && !libPX2Present && !libPX3Present) {
-        printf("No library could be loaded. Exiting...");
+        puts("No library could be loaded. Exiting...");
         return 0;
     }
     printf("Tarseltest version %s\n", TARSELTEST_VERSION);
@@ -338,7 +338,7 @@ int TarseltestMain(int argc, char** argv) {
             printf("\n%s is running under OOB Mode.\n", v.name);
     }
     if (!anyInitialised) {
-        printf("\nExiting..");
+        puts("\nExiting..");
         return (int)rval;
     }
 
@@ -350,7 +350,7 @@ int TarseltestMain(int argc, char** argv) {
     gTotalControllers = gCtrlList.count;
     printf("zorp-test====Total Ctrls = %d ===\n", gTotalControllers);
     if (gTotalControllers == 0) {
-        printf("No controllers found");
+        puts("No controllers found");
         exit(0);
     }
 

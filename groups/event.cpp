@@ -49,7 +49,7 @@ U32 UnregisterAENByIndex(int index) {
         if (rval == 0) {
             gRegistrationInfo[index].valid = 0;
             gAenPopupWin[index] = 0;
-            printf("UnregisterAEN successful");
+            puts("UnregisterAEN successful");
             return 0;
         }
         usleep(1000000);

@@ -295,7 +295,7 @@ TEST(GroupMenus, NumberAfterBlankLinesAndTrailingTextIsTheChoice) {
     // "  36 trailing words" is item 36; the rest of its line is discarded.
     RunResult r = RunMenus("3\n\n\n  36 trailing words\n\n99\n0\n");
     ExpectCleanExit(r);
-    EXPECT_TRUE(ContainsInOrder(r.out, {kControllerMenu + "\nUnsupported for now." + kPressEnter + "\n" +
+    EXPECT_TRUE(ContainsInOrder(r.out, {kControllerMenu + "\nUnsupported for now.\n" + kPressEnter + "\n" +
                                         kControllerMenu + kMainMenu}));
 }
 
@@ -309,7 +309,7 @@ TEST(ControllerMenu, Item36IsUnsupportedThenWaitsForEnter) {
     RunResult r = RunMenus("3\n36\nanything\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(
-        r.out, {kControllerMenu + "\nUnsupported for now." + kPressEnter + "\n" + kControllerMenu + kMainMenu}));
+        r.out, {kControllerMenu + "\nUnsupported for now.\n" + kPressEnter + "\n" + kControllerMenu + kMainMenu}));
 }
 
 TEST(BreakMirrorMenu, ZeroReturnsToTheLogicalDriveMenu) {
@@ -330,7 +330,7 @@ TEST(SnapshotMenu, PrintsItsLineAndReturns) {
 TEST(SecurityMenu, RefusedWithoutTheSecurityCapability) {
     RunResult r = RunMenus("12\n0\n");
     ExpectCleanExit(r);
-    EXPECT_TRUE(ContainsInOrder(r.out, {"Security option is not enabled on controller " + kMainMenu}));
+    EXPECT_TRUE(ContainsInOrder(r.out, {"Security option is not enabled on controller \n" + kMainMenu}));
     EXPECT_EQ(std::string::npos, r.out.find("KEY MANAGEMENT MENU"));
 }
 

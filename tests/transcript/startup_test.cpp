@@ -40,7 +40,7 @@ TEST(Startup, NoLibraryPresent) {
                                         "Failed to load library for SAS PX2 Controller.dlerror = ", "\n",
                                         "Failed to load library for SAS PX3 Controller.dlerror = ", "\n"}));
     EXPECT_EQ(CountOf(r.out, "dlerror = "), 4);
-    std::string tail = "No library could be loaded. Exiting...";
+    std::string tail = "No library could be loaded. Exiting...\n";
     EXPECT_EQ(r.out.substr(r.out.size() - tail.size()), tail);
     EXPECT_TRUE(r.trace.empty());
 }
@@ -187,7 +187,7 @@ TEST(Startup, AllVariantsWithoutControllers) {
                 "\n\nUnInitializing library for SAS PX2 Controller...UnInitializeLibrary successful",
                 "\n\nUnInitializing library for SAS PX3 Controller...UnInitializeLibrary successful",
                 "zorp-test====Total Ctrls = 0 ===\nNo controllers found"}));
-    std::string tail = "No controllers found";
+    std::string tail = "No controllers found\n";
     EXPECT_EQ(r.out.substr(r.out.size() - tail.size()), tail);
     EXPECT_EQ(TraceFor(r, 0, 9).size(), 4u);
 }
@@ -260,7 +260,7 @@ TEST(Startup, EndOfInputAtAnyPromptExitsCleanly) {
         RunResult r = RunTool(s);
         EXPECT_FALSE(r.timedOut) << input;
         EXPECT_EQ(r.status, 0) << input;
-        std::string tail = "\n\nUnInitializing library for Korvane SAS Controller...UnInitializeLibrary successful";
+        std::string tail = "\n\nUnInitializing library for Korvane SAS Controller...UnInitializeLibrary successful\n";
         EXPECT_EQ(r.out.substr(r.out.size() - tail.size()), tail) << input;
     }
 }
