@@ -259,7 +259,54 @@ U32 GetLibraryVersion(int code) {
     return rval;
 }
 
+namespace {
+
+const char kUsage[] =
+    "Usage: tarseltest [channel device]... [-mode N] [-group N] [-fwfile FILE] [-count N]\n"
+    "       tarseltest --help | -h | --version\n"
+    "\n"
+    "Loads the Tarsel library variants that are present, merges their controllers\n"
+    "and offers menus of every library operation.\n"
+    "\n"
+    "Arguments:\n"
+    "  channel device   out-of-band controller address pairs for the Korvane and\n"
+    "                   PX3 variants (default 245 2); options count as pairs too\n"
+    "  -mode N          non-zero: build verification test (BVT) run, no menus\n"
+    "  -group N         BVT group: 1 all, 2 system, 3 controller, 4 PD, 5 LD,\n"
+    "                   6 configuration, 7 BBU, 8 passthrough, 9 event,\n"
+    "                   10 enclosure, 11 out of band\n"
+    "  -fwfile FILE     controller firmware image for the BVT controller group\n"
+    "  -count N         number of BVT runs\n"
+    "\n"
+    "Environment:\n"
+    "  TARSELTEST_LIBDIR    open the four variants from this directory instead of\n"
+    "                       /usr/local/lib/libtarsel.so and the loader's search path\n"
+    "  TARSEL_SIM_SCENARIO  simulated library: preset name or scenario file\n"
+    "  TARSEL_SIM_TRACE     simulated library: append one line per command here\n"
+    "\n"
+    "Files written in the current directory: BVTlog.txt, BVTErrorLog.txt,\n"
+    "BVTConfigFile.txt, tlEvtID<n>.txt, tlpxEvtID<n>.txt, tlpx2EvtID<n>.txt,\n"
+    "tlpx3EvtID<n>.txt, tlObjID<n>.txt. See tarseltest(1).\n";
+
+// --help, -h and --version as the sole argument answer without loading any
+// library; returns true when the argument was one of them.
+bool AnswerInformationOption(int argc, char** argv) {
+    if (argc != 2) return false;
+    if (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
+        fputs(kUsage, stdout);
+        return true;
+    }
+    if (strcmp(argv[1], "--version") == 0) {
+        printf("tarseltest %s\n", TARSELTEST_VERSION);
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
 int TarseltestMain(int argc, char** argv) {
+    if (AnswerInformationOption(argc, argv)) return 0;
     int runCount = 1;
     _TL_CTRL_LIST_T* lists[] = {&gCtrlList, &gCtrlListKV, &gCtrlListPX, &gCtrlListPX2, &gCtrlListPX3};
     for (_TL_CTRL_LIST_T* l : lists) {

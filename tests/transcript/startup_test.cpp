@@ -29,6 +29,27 @@ mode = "simulation"
 id = 0
 )";
 
+TEST(Startup, HelpAndVersionLoadNoLibrary) {
+    for (const char* arg : {"--help", "-h", "--version"}) {
+        SCOPED_TRACE(arg);
+        RunSpec s;
+        s.args = {arg};
+        RunResult r = RunTool(s);
+        EXPECT_TRUE(r.trace.empty());
+        EXPECT_EQ(r.out.find("Library loaded"), std::string::npos);
+        if (std::string(arg) == "--version")
+            EXPECT_EQ(r.out, "tarseltest 5.35\n");
+        else
+            EXPECT_TRUE(ContainsInOrder(r.out, {"Usage: tarseltest", "-mode", "TARSELTEST_LIBDIR",
+                                                "TARSEL_SIM_SCENARIO"}));
+    }
+    // With other arguments the words are ordinary arguments (address pairs).
+    RunSpec s;
+    s.args = {"--help", "1"};
+    RunResult r = RunTool(s);
+    EXPECT_NE(r.out.find("Library loaded"), std::string::npos);
+}
+
 TEST(Startup, NoLibraryPresent) {
     RunSpec s;
     s.libdir = LibDir({});
