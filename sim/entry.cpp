@@ -1,7 +1,7 @@
 // The exported entry point of one simulated library variant. The same
 // source is compiled once per variant with its family code and entry name;
 // every other symbol is hidden, so each shared object keeps its own state.
-#include "core/library.h"
+#include "dispatch/library.h"
 
 #ifndef TARSELSIM_FAMILY
 #error "TARSELSIM_FAMILY must be defined"

@@ -9,6 +9,7 @@
 #include "commands/registry.h"
 #include "core/clock.h"
 #include "model/config_records.h"
+#include "model/events.h"
 
 namespace tarselsim {
 
@@ -72,7 +73,7 @@ U32 SetLdProperties(CmdContext& ctx) {
     memcpy(args + 2, &after.ldRef.seqNum, 2);
     memcpy(args + 4, &before, sizeof before);
     memcpy(args + 4 + sizeof before, &after, sizeof after);
-    LogEvent(*ctx.ctrl, FirmwareTimeNow(ctx.lib), kEvtLdPropChange, kEvtLocaleLd, 0, kEvtArgLdProp, args, sizeof args,
+    LogEvent(ctx.lib, *ctx.ctrl, kEvtLdPropChange, kEvtLocaleLd, 0, kEvtArgLdProp, args, sizeof args,
              "Properties changed on LD " + std::to_string(ld->targetId));
     return KFI_STAT_OK;
 }

@@ -4,7 +4,6 @@
 
 #include "commands/registry.h"
 #include "core/dcmd.h"
-#include "core/library.h"
 
 namespace tarselsim {
 

@@ -25,6 +25,8 @@ using DcmdHandler = U32 (*)(CmdContext&, _TL_DCMD_INPUT_T& in);
 
 void RegisterCommand(U8 type, U8 code, Handler h);
 void RegisterDcmd(U32 opcode, DcmdHandler h);
+// The handler registered for a direct-command opcode, or null.
+DcmdHandler FindDcmd(U32 opcode);
 
 // The status for a dataSize that is not the record's size, or a null pData.
 U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected);

@@ -316,18 +316,4 @@ _TL_ARRAY_INFO_T BuildArrayInfo(const Controller& c, const Array& a) {
     return r;
 }
 
-void LogEvent(Controller& c, U32 firmwareTime, U32 code, U16 locale, S8 eventClass, U8 argType, const void* args,
-              size_t argBytes, const std::string& description) {
-    Controller::Event e;
-    e.seqNum = c.events.empty() ? 1 : c.events.back().seqNum + 1;
-    e.timeStamp = firmwareTime;
-    e.code = code;
-    e.locale = locale;
-    e.eventClass = eventClass;
-    e.argType = argType;
-    memcpy(e.args, args, std::min(argBytes, sizeof e.args));
-    e.description = description;
-    c.events.push_back(e);
-}
-
 } // namespace tarselsim

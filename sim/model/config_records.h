@@ -49,14 +49,6 @@ _KV_SPARE BuildSpare(const Controller& c, const HotSpare& hs);
 std::vector<U8> BuildConfigRecord(const Controller& c);
 _TL_ARRAY_INFO_T BuildArrayInfo(const Controller& c, const Array& a);
 
-/* ---- event log (config_records.cpp) ---- */
-constexpr U16 kEvtLocaleLd = 0x0001;
-constexpr U8 kEvtArgLdProp = 21;
-constexpr U32 kEvtLdPropChange = 0x0050;
-// Appends an event with the next sequence number and the current firmware time.
-void LogEvent(Controller& c, U32 firmwareTime, U32 code, U16 locale, S8 eventClass, U8 argType,
-              const void* args, size_t argBytes, const std::string& description);
-
 } // namespace tarselsim
 
 #endif

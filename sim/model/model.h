@@ -215,6 +215,7 @@ struct Library {
     bool scenarioLoaded = false;      // the scenario is read once, at the first TL_INIT_LIB
     std::string scenarioName;         // as resolved (preset name or file path)
     VirtualClock clock;
+    double modelTime = 0;             // virtual second the model was last advanced to (activity.h)
 
     // By the low 24 bits; only controllers this library reports (see visible).
     Controller* findController(U32 ctrlId);

@@ -9,8 +9,9 @@
 #include <utility>
 
 #include "commands/registry.h"
-#include "core/library.h"
+#include "dispatch/library.h"
 #include "core/trace.h"
+#include "model/activity.h"
 #include "scenario/scenario.h"
 
 namespace tarselsim {
@@ -101,6 +102,10 @@ U32 Run(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
     if (lib.scenarioLoaded) {
         if (U32 st = FaultStatus(lib, blk)) return st;
     }
+
+    // Background operations catch up with the virtual clock before the
+    // command sees the model.
+    if (lib.initialized) AdvanceModel(lib);
 
     auto& cmds = TheRegistry().commands;
     auto it = cmds.find({blk->cmdType, blk->cmd});

@@ -1,7 +1,7 @@
 // The one Library of this shared object (each variant is its own .so with
 // hidden symbols, so each keeps its own) and the lock that guards it.
-#ifndef TARSELSIM_CORE_LIBRARY_H
-#define TARSELSIM_CORE_LIBRARY_H
+#ifndef TARSELSIM_DISPATCH_LIBRARY_H
+#define TARSELSIM_DISPATCH_LIBRARY_H
 
 #include <mutex>
 
@@ -21,9 +21,6 @@ Library& TheLibrary(int family);
 
 // The command dispatcher behind every exported entry point. Never throws.
 U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk);
-
-// The handler registered for a direct-command opcode, or null.
-DcmdHandler FindDcmd(U32 opcode);
 
 } // namespace tarselsim
 

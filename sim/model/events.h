@@ -1,0 +1,82 @@
+// The controller's event log: every state change of the model appends an
+// event here, with the next sequence number and the firmware time. The
+// event codes the simulated firmware raises are listed once, below.
+#ifndef TARSELSIM_MODEL_EVENTS_H
+#define TARSELSIM_MODEL_EVENTS_H
+
+#include <cstddef>
+#include <string>
+
+#include "model/model.h"
+
+namespace tarselsim {
+
+// Event locales (bit masks of event areas).
+constexpr U16 kEvtLocaleLd = 0x0001;
+constexpr U16 kEvtLocalePd = 0x0002;
+constexpr U16 kEvtLocaleEncl = 0x0004;
+constexpr U16 kEvtLocaleBbu = 0x0008;
+constexpr U16 kEvtLocaleSas = 0x0010;
+constexpr U16 kEvtLocaleCtrl = 0x0020;
+constexpr U16 kEvtLocaleConfig = 0x0040;
+constexpr U16 kEvtLocaleCluster = 0x0080;
+
+// Event classes.
+constexpr S8 kEvtClassDebug = -2;
+constexpr S8 kEvtClassProgress = -1;
+constexpr S8 kEvtClassInfo = 0;
+constexpr S8 kEvtClassWarning = 1;
+constexpr S8 kEvtClassCritical = 2;
+constexpr S8 kEvtClassFatal = 3;
+constexpr S8 kEvtClassDead = 4;
+
+// Argument types of the event record's args union.
+enum EventArgType : U8 {
+    kEvtArgNone = 0,
+    kEvtArgCdbSense = 1,
+    kEvtArgLd = 2,
+    kEvtArgLdCount = 3,
+    kEvtArgLdLba = 4,
+    kEvtArgLdOwner = 5,
+    kEvtArgLdLbaPdLba = 6,
+    kEvtArgLdProg = 7,
+    kEvtArgLdState = 8,
+    kEvtArgStrip = 9,
+    kEvtArgPd = 10,
+    kEvtArgPdErr = 11,
+    kEvtArgPdLba = 12,
+    kEvtArgPdLbaLd = 13,
+    kEvtArgPdProg = 14,
+    kEvtArgPdState = 15,
+    kEvtArgPci = 16,
+    kEvtArgRate = 17,
+    kEvtArgStr = 18,
+    kEvtArgTime = 19,
+    kEvtArgLdProp = 21,
+    kEvtArgPdAddress = 29,
+    kEvtArgPdPd = 32,
+    kEvtArgPdFru = 33,
+    kEvtArgPdPathInfo = 34,
+};
+
+// The event codes this firmware raises. Add a code here (once) when a
+// subsystem starts raising a new kind of event, and describe it in
+// docs/scenarios.md.
+enum EventCode : U32 {
+    kEvtLdPropChange = 0x0050,
+};
+
+// Appends an event to the controller's log with the next sequence number
+// and the current firmware time, and hands it to the event sink.
+void LogEvent(Library& lib, Controller& c, U32 code, U16 locale, S8 eventClass, U8 argType, const void* args,
+              size_t argBytes, const std::string& description);
+
+// Called with every event just appended to a controller's log (the
+// delivery of events to registered callbacks hooks in here). The library's
+// lock is held.
+using EventSink = void (*)(Library& lib, Controller& c, const Controller::Event& e);
+void SetEventSink(EventSink sink);
+
+} // namespace tarselsim
+
+#endif
