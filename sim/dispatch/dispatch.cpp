@@ -10,6 +10,7 @@
 
 #include "commands/registry.h"
 #include "dispatch/library.h"
+#include "core/clock.h"
 #include "core/trace.h"
 #include "model/activity.h"
 #include "scenario/scenario.h"
@@ -105,7 +106,10 @@ U32 Run(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
 
     // Background operations catch up with the virtual clock before the
     // command sees the model.
-    if (lib.initialized) AdvanceModel(lib);
+    if (lib.initialized) {
+        if (lib.clock.step > 0) AdvanceClock(lib, lib.clock.step);
+        AdvanceModel(lib);
+    }
 
     auto& cmds = TheRegistry().commands;
     auto it = cmds.find({blk->cmdType, blk->cmd});

@@ -198,6 +198,7 @@ struct VirtualClock {
     double scale = 1.0;        // real seconds to virtual seconds
     double realBase = 0;       // monotonic real time at load, seconds
     double advanced = 0;       // seconds added by AdvanceClock
+    double step = 0;           // virtual seconds added at every command received (deterministic progress)
 };
 
 // One library variant's whole state.

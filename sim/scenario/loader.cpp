@@ -70,6 +70,7 @@ void ReadClock(const Node* n, Library& lib) {
             }
         }
         c.scale = t.real("scale", 1.0, 0.0, 1e6);
+        c.step = t.real("step", 0.0, 0.0, 1e9);
         t.finish();
     }
     const char* env = getenv("TARSEL_SIM_CLOCK");
