@@ -40,8 +40,10 @@ std::string ReadFile(const std::string& path) {
 // A run that crashed, hung, reported a sanitizer error or exited with an
 // unexpected status fails the test that made it, whatever else it checks.
 void CheckOutcome(const RunSpec& spec, const RunResult& r) {
-    const bool sanitizer = r.out.find("Sanitizer") != std::string::npos ||
-                           r.out.find("runtime error:") != std::string::npos;
+    bool sanitizer = false;
+    for (const char* mark : {"ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "WARNING: ThreadSanitizer",
+                             "ERROR: ThreadSanitizer", "runtime error:"})
+        sanitizer = sanitizer || r.out.find(mark) != std::string::npos;
     if (!r.timedOut && !sanitizer && r.status == spec.expectedStatus) return;
     std::string tail = r.out.size() > 3000 ? r.out.substr(r.out.size() - 3000) : r.out;
     ADD_FAILURE() << "tool run ended abnormally: "
