@@ -3,6 +3,7 @@
 #include <stdio_ext.h>
 #include <stdint.h>
 #include <string.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <string>
@@ -18,6 +19,9 @@ class StdinFrom {
 public:
     explicit StdinFrom(const std::string& text) {
         fflush(stdout);
+        // A closed standard input would hand its descriptor to the file
+        // below and lose it again; hold the place first.
+        if (fcntl(0, F_GETFD) < 0) open("/dev/null", O_RDONLY);
         saved_ = dup(0);
         FILE* tmp = tmpfile();
         fwrite(text.data(), 1, text.size(), tmp);
@@ -300,12 +304,13 @@ TEST(ReadIntLine, NumbersThatFitAnInt) {
     EXPECT_EQ("", RestOfInput());  // each call took its whole line
 }
 
-TEST(ReadIntLine, AnythingElseGivesZeroAndFailure) {
+TEST(ReadIntLine, AnythingElseConvertsNothing) {
+    // The blank line is no answer: six reads take the six other lines.
     StdinFrom in("abc\n\n2147483648\n-2147483649\n99999999999999999999999\n-\n x1\n");
-    for (int i = 0; i < 7; ++i) {
+    for (int i = 0; i < 6; ++i) {
         int value = 99;
         EXPECT_EQ(0, ReadIntLine(&value)) << i;
-        EXPECT_EQ(0, value) << i;
+        EXPECT_EQ(99, value) << i;
     }
     EXPECT_EQ("", RestOfInput());
 }
