@@ -95,16 +95,21 @@ TEST(ControllerProps, EditedValuesAsTheWriteCarriesThem) {
 }
 
 TEST(ControllerProps, PowerPolicyChoices) {
+    // The current policy is 0 (Controller Default), which no choice sets, so
+    // a kept value is told apart from every choice.
+    std::string scenario = kPowerSaving;
+    scenario.replace(scenario.find("defaultLdPSPolicy = 1"), 21, "defaultLdPSPolicy = 0");
     struct Case {
         const char* typed;
         const char* stored;
     };
-    for (Case c : {Case{"1", "01"}, Case{"3", "02"}, Case{"4", "04"}, Case{"", "01"}, Case{"7", "01"}}) {
-        RunResult r = RunCtrl(std::string("3\n") + c.typed + "\n" + Answers({}), "", KorvaneScenario("", kPowerSaving));
-        std::string set = FirstTrace(r, 1, 2);
-        EXPECT_EQ(DataByte(set, 40), c.stored) << c.typed;
+    for (Case c : {Case{"1", "01"}, Case{"2", "FE"}, Case{"3", "02"}, Case{"4", "04"}, Case{"65537", "01"},
+                   Case{"", "00"}, Case{"abc", "00"}, Case{"7", "00"}}) {
+        RunResult r = RunCtrl(std::string("3\n") + c.typed + "\n" + Answers({}), "", KorvaneScenario("", scenario));
+        EXPECT_EQ(DataByte(FirstTrace(r, 1, 2), 40), c.stored) << c.typed;
         bool invalid = std::string(c.typed) == "7";
-        EXPECT_EQ(r.out.find("Enter Power Policy : (current = Auto)\nInvalid Entry, Taken default value\n") != std::string::npos,
+        EXPECT_EQ(r.out.find("Enter Power Policy : (current = Controller Default)\nInvalid Entry, Taken default value\n") !=
+                      std::string::npos,
                   invalid)
             << c.typed;
     }
