@@ -253,6 +253,22 @@ TEST(MainMenu, UnlistedOrNonNumericChoiceIsInvalid) {
     EXPECT_EQ(3, CountOf(r.out, kMainTitle));
 }
 
+TEST(MainMenu, SelectControllerAgain) {
+    // Controller 0 at start, then item 1 selects entry 2 (the PX controller)
+    // and refreshes its information and connector table.
+    RunResult r = RunMenus("0\n1\n2\n2\n99\n0\n", "multi");
+    ExpectCleanExit(r);
+    EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\n\nTarsel for Korvane SAS Controller is running under Simulation Mode\n"
+                                                    "# of controllers found = 4\n",
+                                        "        3 ",
+                                        "Please select a controller index(0 based) to test with:: " + kMainMenu,
+                                        "Currently selected controller = 2\n"}));
+    auto info = TraceFor(r, 1, 0);
+    ASSERT_EQ(info.size(), 2u);
+    EXPECT_NE(info[1].find(" ctrl=0x01000000 "), std::string::npos) << info[1];
+    EXPECT_EQ(TraceFor(r, 6, 3).size(), 2u);
+}
+
 // Every group menu's text, and 99 leading straight back to the main menu.
 TEST(GroupMenus, ExactTextAndUnlistedChoiceReturnsToMainMenu) {
     struct Case {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -213,6 +214,29 @@ TEST(Startup, AllVariantsWithoutControllers) {
     EXPECT_EQ(TraceFor(r, 0, 9).size(), 4u);
 }
 
+TEST(Startup, ShutdownFailureIsReportedAndTheLibraryUnloadedAnyway) {
+    RunSpec s;
+    s.scenarioText = "[korvane]\nmode = \"simulation\"\n[[korvane.faults]]\ntype = 0\ncode = 9\nstatus = 0x8009\n"
+                     "[[korvane.controllers]]\nid = 0\n";
+    s.input = StartInput("0\n");
+    RunResult r = RunTool(s);
+    std::string tail = "\n\nUnInitializing library for Korvane SAS Controller...UnInitializeLibrary failed; rval = 0x8009\n"
+                       "ExitLib failed for Korvane SAS Controller!! rval 0x8009\n";
+    EXPECT_EQ(r.out.substr(r.out.size() - std::min(r.out.size(), tail.size())), tail) << r.out;
+    EXPECT_EQ(TraceFor(r, 0, 9).size(), 4u);  // each variant is told once, three of them at start
+}
+
+TEST(Startup, OutOfBandLibrarySaysSo) {
+    RunSpec s;
+    s.scenario = "oob";
+    s.input = StartInput("0\n");
+    RunResult r = RunTool(s);
+    EXPECT_TRUE(ContainsInOrder(r.out, {"Initializing library for Korvane SAS Controller...InitializeLibraryKV successful\n"
+                                        "\nKorvane SAS Controller is running under OOB Mode.\n",
+                                        "# of controllers found = 1\n"}));
+    EXPECT_EQ(r.out.find("Korvane SAS Controller is running under Simulation Mode"), std::string::npos);
+}
+
 TEST(Startup, AddressPairsGoToKorvaneAndPX3) {
     RunSpec s;
     s.scenario = "multi";
@@ -362,6 +386,15 @@ TEST(SystemMenu, ControllerListAndVersionAgain) {
         << r.out;
     EXPECT_EQ(TraceFor(r, 0, 3).size(), 1u);
     EXPECT_EQ(TraceFor(r, 0, 4).size(), 5u); // every variant at start, then the selected one
+}
+
+TEST(SystemMenu, ControllerListFailure) {
+    RunSpec s;
+    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 0\ncode = 3\nstatus = 0x8009\n";
+    s.input = StartInput("2\n4\n\n99\n0\n");
+    RunResult r = RunTool(s);
+    EXPECT_TRUE(ContainsInOrder(r.out, {"...SYSTEM MENU...", "GetCtrlList: ProcessLibCommandCall failed; rval = 0x8009\n"
+                                                          "\nPress ENTER to continue"}));
 }
 
 TEST(SystemMenu, InitLibReinitialisesTheSelectedVariant) {
