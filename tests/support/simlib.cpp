@@ -14,6 +14,8 @@
 #error "TARSEL_SIM_DIR must name the directory of the built simulator"
 #endif
 
+namespace {
+
 const char* SimEntryName(int family) {
     switch (family) {
     case 0: return "ProcessLibCommand";
@@ -31,6 +33,8 @@ const char* SimFileName(int family) {
     default: return "libtarselpx-3.so";
     }
 }
+
+}  // namespace
 
 std::string SimTempDir() {
     static std::string dir = [] {

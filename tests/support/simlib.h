@@ -23,7 +23,6 @@ public:
 
     bool loaded() const { return entry_ != nullptr; }
     const std::string& error() const { return error_; }
-    int family() const { return family_; }
 
     U32 Call(_TL_LIB_CMD_PARAM_T* blk) const { return entry_(blk); }
     U32 Call(_TL_LIB_CMD_PARAM_T& blk) const { return entry_(&blk); }
@@ -47,10 +46,6 @@ private:
     std::string error_;
     _TL_CTRL_LIST_T list_{};
 };
-
-// Entry-point name and file of a family.
-const char* SimEntryName(int family);
-const char* SimFileName(int family);
 
 // A scratch directory for the test process (created once) and files in it.
 std::string SimTempDir();
