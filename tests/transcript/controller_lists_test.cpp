@@ -250,19 +250,4 @@ TEST(ControllerLists, OutOfBandRefusals) {
     EXPECT_TRUE(TraceFor(r, 1, 21).empty());
 }
 
-TEST(ControllerLists, ListsOnEveryPreset) {
-    struct Run {
-        const char* preset;
-        const char* select;
-    };
-    for (Run run : {Run{"default", ""}, Run{"large", ""}, Run{"multi", "1\n"}, Run{"multi", "3\n"}}) {
-        RunResult r = RunCtrl("4\n\n5\n\n14\n\n40\n1\n6\n\n", run.preset, "", run.select);
-        EXPECT_EQ(r.status, 0);
-        std::string out = Unpaged(r.out);
-        EXPECT_TRUE(ContainsInOrder(out, {"# of drives in the system : ", "# of enclosures in the system : ",
-                                          "\n# of Logical Drives : ", "DCMDPassthru : ProcessLibCommandCall successful\n"}))
-            << run.preset << run.select << out;
-    }
-}
-
 }  // namespace

@@ -159,23 +159,6 @@ TEST(ControllerProps, ReadFailureTexts) {
     EXPECT_NE(r.out.find("GetCtrlProperties : ProcessLibCommandCall failed; rval = 0x21\n"), std::string::npos);
 }
 
-TEST(ControllerProps, ManufacturingDefaultsFailureHidesPowerSaveLines) {
-    RunResult r = RunCtrl("2\n", "", KorvaneScenario("", kPowerSaving, Fault(6, 3, 0x8009, 0x010E0201)));
-    std::string out = Unpaged(r.out);
-    EXPECT_NE(out.find("GetMFCDefaultsFunc : ProcessLibCommandCall failed ;  rval = 0x8009\n"), std::string::npos);
-    EXPECT_EQ(out.find("Default Power Save Policy is"), std::string::npos);
-    EXPECT_EQ(out.find("Power Saving Start Time"), std::string::npos);
-    EXPECT_NE(out.find(F("%-45s : %d\n", "Spinup Drive count", 2)), std::string::npos);
-}
-
-TEST(ControllerProps, PowerSaveWindowWrapsMidnight) {
-    RunResult r = RunCtrl("2\n", "", KorvaneScenario("", kPowerSaving));
-    EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {F("%-45s : %s \n", "Default Power Save Policy is", "Auto"),
-                                                 F("%-45s : %d\n", "SpinDown Configured drives enabled ", 1) +
-                                                     F("%-45s : %d\n", "Power Saving Start Time ", 22) +
-                                                     F("%-45s : %d\n", "Power Saving End Time ", 3)}));
-}
-
 TEST(ControllerProps, CoercionModeThreePerFamily) {
     RunResult r = RunCtrl("2\n", "", KorvaneScenario("", "[korvane.controllers.properties]\ncoercionMode = 3\n"));
     EXPECT_NE(Unpaged(r.out).find(F("%-45s : ", "Drive capacity coercion mode") + F("%-45s : %s\n", "Alarm Enable", "ENABLE")),

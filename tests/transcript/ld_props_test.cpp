@@ -30,28 +30,25 @@ std::string Drive(int id) {
 }
 
 // Logical drives with edge policy values, on a controller with power
-// savings and no point-in-time progress (or with it).
-std::string PolicyScenario(bool pointInTime) {
+// savings and no point-in-time progress.
+std::string PolicyScenario() {
     std::string t = "[korvane.controllers.properties]\ncoercionMode = 0\ndefaultLdPSPolicy = 2\n"
-                    "[korvane.controllers.capabilities]\nld_operations = 0x1000\npoint_in_time_progress = " +
-                    std::string(pointInTime ? "true" : "false") + "\n";
+                    "[korvane.controllers.capabilities]\nld_operations = 0x1000\npoint_in_time_progress = false\n";
     for (int id = 1; id <= 4; ++id) t += Drive(id);
     t += "[[korvane.controllers.arrays]]\nref = 0\ndrives = [1, 2]\n"
          "[[korvane.controllers.arrays]]\nref = 1\ndrives = [3, 4]\n"
          "[[korvane.controllers.logical_drives]]\ntarget_id = 0\nname = \"EDGE0\"\nraid = 1\narrays = [0]\n"
          "size_mb = 1024\nstrip_kb = 64\naccess = 0x12\npower_policy = 4\nwrite = 16\nread = \"adaptive\"\n"
-         "encryption = 3\ncc = { percent = 50, seconds = 10 }\n"
+         "encryption = 3\ncc = { progress = 13107, seconds = 10 }\n"
          "[[korvane.controllers.logical_drives]]\ntarget_id = 1\nraid = 1\narrays = [0]\naccess = 0x15\n"
-         "power_policy = 6\nbgi = { percent = 10, seconds = 3 }\n"
+         "power_policy = 6\nbgi = { progress = 26214, seconds = 3 }\n"
          "[[korvane.controllers.logical_drives]]\ntarget_id = 2\nname = \"STRIPE\"\nraid = 0\narrays = [1]\n"
          "power_policy = 0\nstrip_kb = 256\n";
     return ctrltest::KorvaneScenario("", t);
 }
 
-float Pct(int percent) { return (float)(percent * 65535 / 100) / 65535.0f * 100.0f; }
-
 TEST(LdInfo, EdgePolicyValuesAndElapsedProgress) {
-    RunResult r = RunLd("1\n0\n\n1\n1\n\n1\n2\n", "", PolicyScenario(false));
+    RunResult r = RunLd("1\n0\n\n1\n1\n\n1\n2\n", "", PolicyScenario());
     ASSERT_EQ(r.status, 0) << r.out;
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
@@ -72,12 +69,12 @@ TEST(LdInfo, EdgePolicyValuesAndElapsedProgress) {
             F("\t%-15s : %s MB\n", "# blocks", "1024") + F("\t%-15s : %d\n", "Array Index", 0) + "\n",
         F("%-30s : %s\n", "Default Power Policy", "Unknown"), F("%-30s : %s\n", "Current Power Policy", "Unknown"),
         "Progress Information\n",
-        F("\tCheck Consistency in progress : Progress = %f; Elapsed Secs = %d\n", (double)Pct(50), 10),
+        F("\tCheck Consistency in progress : Progress = %f; Elapsed Secs = %d\n", 20.0, 10),
         F("%-30s: %d\n", "Logical Drive owner's Device ID", 0), F("%-30s : \n", "Firmware generated VPD page"),
         // logical drive 1
         L30d("Target ID", 1), L30("Access Policy", "21"),
         F("%-30s : %s\n", "Default Power Policy", "LD shall not cache writes to maximise power savings"),
-        F("\tBackground Initialization in progress : Progress = %f; Elapsed Secs = %d\n", (double)Pct(10), 3),
+        F("\tBackground Initialization in progress : Progress = %f; Elapsed Secs = %d\n", 40.0, 3),
         // logical drive 2
         L30d("Target ID", 2), L30d("Primary RAID Level", 0), F("%-30s : %d (%dK)\n", "Strip Size per DDF", 9, 256),
         L30("Consistentcy", "Not Consistent or Not Applicable"),
@@ -90,13 +87,6 @@ TEST(LdInfo, EdgePolicyValuesAndElapsedProgress) {
     EXPECT_EQ(out.find("Progress Information", at), std::string::npos);
 }
 
-TEST(LdInfo, PointInTimeProgressGivesRemainingTime) {
-    RunResult r = RunLd("1\n0\n", "", PolicyScenario(true));
-    float p = Pct(50);
-    EXPECT_TRUE(ContainsInOrder(r.out, {F("\tCheck Consistency in progress : Progress = %f; RemainingTime in Secs = %f\n",
-                                          (double)p, (double)((100.0f - p) * 10.0f))}));
-}
-
 TEST(LdInfo, DefaultPresetEveryLogicalDriveAndSpannedRaid10) {
     RunResult r = RunLd("1\n0\n\n1\n1\n\n1\n2\n\n1\n3\n", "default");
     std::string out = Unpaged(r.out);
@@ -107,17 +97,10 @@ TEST(LdInfo, DefaultPresetEveryLogicalDriveAndSpannedRaid10) {
         L30d("# of spans", 2), F("%-30s :\n ", "Span# 0"), F("\t%-15s : %d\n", "Array Index", 2),
         F("%-30s :\n ", "Span# 1"), F("\t%-15s : %d\n", "Array Index", 3),
     }));
-    RunResult large = RunLd([] {
-        std::string in;
-        for (int t = 0; t < 64; ++t) in += "1\n" + std::to_string(t) + "\n" + Filler(8) + "5\n";
-        return in;
-    }(), "large");
-    EXPECT_EQ(CountOf(Unpaged(large.out), "\nLogical Drive Information\n"), 64);
-    EXPECT_EQ(CountOf(large.out, "failed"), 0);
 }
 
 TEST(LdProperties, PowerPolicyThroughTheOtherDecoder) {
-    RunResult r = RunLd("2\n0\n\n2\n1\n\n2\n2\n", "", PolicyScenario(false));
+    RunResult r = RunLd("2\n0\n\n2\n1\n\n2\n2\n", "", PolicyScenario());
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
         F("%-20s : %d\n", "Target ID", 0), F("%-20s : %d\n", "Sequence Number", 1),
@@ -210,7 +193,7 @@ TEST(LdSetProperties, SolidStateDrivesKeepTheDiskCache) {
 }
 
 std::string WithFault(unsigned status) {
-    std::string s = PolicyScenario(false);
+    std::string s = PolicyScenario();
     s.insert(s.find("\n[[korvane.controllers]]"), "\n" + Fault(3, 2, status));
     return s;
 }
@@ -223,17 +206,17 @@ TEST(LdSetProperties, FailureTexts) {
     EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(0x800A)).out, {"\nInvalid controller\n"}));
     EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(0x8005)).out,
                                 {"SetsetLdProperties : ProcessLibCommandCall failed ;  rval = 0x8005\n"}));
-    RunResult unknown = RunLd("3\n40\n", "", PolicyScenario(false));
+    RunResult unknown = RunLd("3\n40\n", "", PolicyScenario());
     EXPECT_TRUE(ContainsInOrder(unknown.out, {"\nTarget ID/Logical Drive ID is invalid\n",
                                               "SetLDProperties : GetLDInfo failed; rval = 0xC\n"}));
     EXPECT_TRUE(TraceFor(unknown, 3, 2).empty());
 }
 
 TEST(LdInfoFailures, InfoAndPropertiesTexts) {
-    RunResult info = RunLd("1\n40\n\n2\n40\n", "", PolicyScenario(false));
+    RunResult info = RunLd("1\n40\n\n2\n40\n", "", PolicyScenario());
     EXPECT_TRUE(ContainsInOrder(info.out, {"\nTarget ID/Logical Drive ID is invalid\nGetLDInfo failed; rval = 0xC\n",
                                            "Enter logical drive ID --->Target ID/Logical Drive ID is invalid\n"}));
-    std::string s = PolicyScenario(false);
+    std::string s = PolicyScenario();
     s.insert(s.find("\n[[korvane.controllers]]"), "\n" + Fault(3, 0, 0x8005) + Fault(3, 1, 0x8005));
     RunResult other = RunLd("1\n0\n\n2\n0\n", "", s);
     EXPECT_TRUE(ContainsInOrder(other.out, {"\nGetLDInfo : ProcessLibCommandCall failed ;  rval = 0x8005\n",
