@@ -2,29 +2,12 @@
 // state texts per family and its BVT identifiers, listings of records whose
 // counts run past what they hold, the size clamp, array free space and the
 // boot-sector test.
-#include <stdarg.h>
 #include <stdlib.h>
 
 #include "config.h"
 #include "fake_library.h"
 
 namespace {
-
-std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
-
-int CountOf(const std::string& s, const std::string& needle) {
-    int n = 0;
-    for (size_t at = s.find(needle); at != std::string::npos; at = s.find(needle, at + needle.size())) ++n;
-    return n;
-}
 
 constexpr U64 kMB = 2048;  // blocks
 

@@ -1,38 +1,12 @@
 // Controller operations and printers on crafted records: direct commands
 // without a mailbox, BVT-mode behaviour, the information and property
 // printers' branches, and list records whose counts run past what they hold.
-#include <stdarg.h>
-
 #include "controller.h"
 #include "enclosure.h"
 #include "fake_library.h"
 #include "kfistat.h"
 
 namespace {
-
-std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
-
-int CountOf(const std::string& s, const std::string& needle) {
-    int n = 0;
-    for (size_t at = s.find(needle); at != std::string::npos; at = s.find(needle, at + needle.size())) ++n;
-    return n;
-}
-
-// The text between the first `from` and the next `to`.
-std::string Between(const std::string& s, const std::string& from, const std::string& to) {
-    size_t a = s.find(from);
-    if (a == std::string::npos) return "<missing " + from + ">";
-    a += from.size();
-    return s.substr(a, s.find(to, a) == std::string::npos ? std::string::npos : s.find(to, a) - a);
-}
 
 std::string AddrLine(int i, U64 a) { return F("\t\t%d : %016llx\n", i, static_cast<unsigned long long>(a)); }
 

@@ -97,12 +97,4 @@ TEST_F(CtrlList, NullShowsTheMergedListAndUnknownFamiliesAreKorvane) {
         << out;
 }
 
-TEST_F(CtrlList, ConnectorTypeText) {
-    EXPECT_STREQ(ConnectorTypeText(0), "Unknown");
-    EXPECT_STREQ(ConnectorTypeText(1), "Reserved");
-    EXPECT_STREQ(ConnectorTypeText(2), "Internal");
-    EXPECT_STREQ(ConnectorTypeText(3), "External");
-    EXPECT_STREQ(ConnectorTypeText(9), "Unknown");
-}
-
 } // namespace

@@ -2,24 +2,12 @@
 // and logical drive reports on crafted records: the branches a simulated
 // drive cannot show (undefined states, security and power states, boot
 // partition, progress, failed enclosure reads) and counts past the record.
-#include <stdarg.h>
-
 #include "config.h"
 #include "fake_library.h"
 #include "ld.h"
 #include "pd.h"
 
 namespace {
-
-std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
 
 std::string S35(const char* text) { return F("%-35s\n", text); }
 std::string L35(const char* label, int v) { return F("%-35s : %d\n", label, v); }

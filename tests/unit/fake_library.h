@@ -1,4 +1,5 @@
-// A library entry point for the unit tests, installed for every variant:
+// A library entry point for the unit tests, installed for every variant,
+// and the helpers that turn what a test prints into text to compare:
 // each command is answered with the record set for its type and code (or a
 // direct command's with the record set for its opcode), copied up to the
 // size the block gives, or with the status set for it; `answer` may take a
@@ -7,6 +8,7 @@
 #define TARSELTEST_FAKE_LIBRARY_H
 
 #include <gtest/gtest.h>
+#include <stdarg.h>
 #include <string.h>
 
 #include <algorithm>
@@ -63,6 +65,32 @@ inline U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
     if (gFake.statuses.count(key)) return gFake.statuses[key];
     if (gFake.records.count(key)) copy(gFake.records[key], b->pData, b->dataSize);
     return 0;
+}
+
+// A documented format filled in, for expected texts.
+inline std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
+inline std::string F(const char* fmt, ...) {
+    char buf[512];
+    va_list ap;
+    va_start(ap, fmt);
+    vsnprintf(buf, sizeof buf, fmt, ap);
+    va_end(ap);
+    return buf;
+}
+
+inline int CountOf(const std::string& s, const std::string& needle) {
+    int n = 0;
+    for (size_t at = s.find(needle); at != std::string::npos; at = s.find(needle, at + needle.size())) ++n;
+    return n;
+}
+
+// The text between the first `from` and the next `to` (or the end).
+inline std::string Between(const std::string& s, const std::string& from, const std::string& to) {
+    size_t a = s.find(from);
+    if (a == std::string::npos) return "<missing " + from + ">";
+    a += from.size();
+    size_t b = s.find(to, a);
+    return s.substr(a, b == std::string::npos ? std::string::npos : b - a);
 }
 
 // What `body` prints on standard output.
