@@ -9,7 +9,6 @@
 
 #include <string>
 
-#include "controller_scenario.h"
 #include "harness.h"
 
 namespace ctrltest {
@@ -39,12 +38,14 @@ inline std::string Unpaged(const std::string& out) {
 // the pager; the run ends at end of input.
 // `select` answers the controller selection (only asked when the scenario
 // has two controllers or more). With neither a preset nor a text the
-// controller tests' own scenario runs.
+// controller tests' own scenario (controller.toml beside the tests) runs.
 inline RunResult RunCtrl(const std::string& items, const std::string& scenario = "",
                          const std::string& scenarioText = "", const std::string& select = "") {
     RunSpec runSpec;
-    runSpec.scenario = scenario.empty() ? "default" : scenario;
-    runSpec.scenarioText = scenario.empty() && scenarioText.empty() ? CtrlScenario() : scenarioText;
+    runSpec.scenario = !scenario.empty()      ? scenario
+                       : scenarioText.empty() ? std::string(TARSEL_SOURCE_DIR) + "/tests/transcript/controller.toml"
+                                              : "default";
+    runSpec.scenarioText = scenarioText;
     runSpec.input = StartInput(select + "3\n" + items + std::string(60, '\n'));
     return RunTool(runSpec);
 }

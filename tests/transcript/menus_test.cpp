@@ -315,19 +315,6 @@ TEST(GroupMenus, NumberAfterBlankLinesAndTrailingTextIsTheChoice) {
                                         kControllerMenu + kMainMenu}));
 }
 
-TEST(GroupMenus, NoControllerSelectedShowsMinusOne) {
-    RunResult r = RunMenus("-1\n2\n99\n0\n", "multi");
-    ExpectCleanExit(r);
-    EXPECT_TRUE(ContainsInOrder(r.out, {SystemMenu("Currently selected controller = -1\n")}));
-}
-
-TEST(ControllerMenu, Item36IsUnsupportedThenWaitsForEnter) {
-    RunResult r = RunMenus("3\n36\nanything\n99\n0\n");
-    ExpectCleanExit(r);
-    EXPECT_TRUE(ContainsInOrder(
-        r.out, {kControllerMenu + "\nUnsupported for now.\n" + kPressEnter + "\n" + kControllerMenu + kMainMenu}));
-}
-
 TEST(BreakMirrorMenu, ZeroReturnsToTheLogicalDriveMenu) {
     RunResult r = RunMenus("5\n17\n0\n\n99\n0\n");
     ExpectCleanExit(r);
@@ -410,12 +397,4 @@ TEST(BVTMenu, TitleBeforeTheLoopAndAfterEachItem) {
                                 kMainMenu}));
     EXPECT_EQ(2, CountOf(r.out, kBVTTitle));
     EXPECT_EQ(2, CountOf(r.out, kBVTRule));
-}
-
-TEST(EndOfInput, AtAnyPromptEndsTheProgramCleanly) {
-    for (const char* input : {"", "2\n", "3\n36\n", "5\n17\n"}) {
-        SCOPED_TRACE(input);
-        RunResult r = RunMenus(input);
-        ExpectCleanExit(r);
-    }
 }
