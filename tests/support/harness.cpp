@@ -145,6 +145,13 @@ RunResult RunTool(const RunSpec& runSpec) {
 
 std::string StartInput(const std::string& rest) { return "\n" + rest; }
 
+RunResult RunWith(const std::string& scenario, const std::string& input) {
+    RunSpec spec;
+    (scenario.find('\n') == std::string::npos ? spec.scenario : spec.scenarioText) = scenario;
+    spec.input = StartInput(input);
+    return RunTool(spec);
+}
+
 std::string Filler(int lines) {
     std::string out;
     for (int i = 0; i < lines; ++i) out += ".\n";

@@ -40,6 +40,10 @@ RunResult RunTool(const RunSpec& runSpec);
 // Standard input that walks the start: Enter at "Press Enter", then `rest`.
 std::string StartInput(const std::string& rest);
 
+// The tool on a preset (a name) or a scenario text (anything holding a line
+// end), answering "Press Enter" and then with `input`.
+RunResult RunWith(const std::string& scenario, const std::string& input);
+
 // `lines` lines of "." that answer whatever pager pauses and "Press ENTER to
 // continue" remain after an item and then lead back to the main menu: a
 // line that is not a number leaves a group menu and is refused by the main

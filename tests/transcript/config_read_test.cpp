@@ -13,12 +13,8 @@ using ctrltest::Fault;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-RunResult RunConfig(const std::string& items, const std::string& scenario, const std::string& text = "") {
-    RunSpec runSpec;
-    runSpec.scenario = scenario;
-    runSpec.scenarioText = text;
-    runSpec.input = StartInput("6\n" + items + std::string(40, '\n'));
-    return RunTool(runSpec);
+RunResult RunConfig(const std::string& items, const std::string& scenario) {
+    return RunWith(scenario, "6\n" + items + std::string(40, '\n'));
 }
 
 // Drives of 10240 MB; with coercion mode 0 the controller keeps all but its
@@ -53,7 +49,7 @@ std::string DriveBlock(int id, int slot) {
 }
 
 TEST(ConfigListing, ArraysLogicalDrivesAndSpares) {
-    RunResult r = RunConfig("1\n", "", ConfigScenario());
+    RunResult r = RunConfig("1\n", ConfigScenario());
     ASSERT_EQ(r.status, 0) << r.out;
     std::string expectArrays =
         F("\n%-25s : %d\n", "Array Count", 3) +
@@ -88,7 +84,7 @@ TEST(ConfigListing, ArraysLogicalDrivesAndSpares) {
 }
 
 TEST(ConfigSummary, DrivesByStateArraysAndLogicalDrives) {
-    RunResult r = RunConfig("2\n", "", ConfigScenario());
+    RunResult r = RunConfig("2\n", ConfigScenario());
     ASSERT_EQ(r.status, 0) << r.out;
     auto row = [](int idx, int id, const char* state) { return F("%-20d%-20d%-21s%-s\n", idx, id, "9728", state); };
     // Drives by state (the foreign one first, then the spare, then the
@@ -114,7 +110,7 @@ TEST(ConfigSummary, DrivesByStateArraysAndLogicalDrives) {
 
 TEST(ConfigSummary, NoArraysAndOnlyCacheDrives) {
     std::string bare = ctrltest::KorvaneScenario("", kProps + kEnclosure + Drive(1, 0) + Drive(2, 1));
-    RunResult none = RunConfig("1\n\n2\n", "", bare);
+    RunResult none = RunConfig("1\n\n2\n", bare);
     // No arrays: no pause before the logical drive count.
     EXPECT_TRUE(ContainsInOrder(none.out, {F("\n%-25s : %d\n", "Array Count", 0) + F("\n%-25s : %d\n", "Logical Drive Count", 0) +
                                                F("\n%-25s : %d\n", "Spare Count", 0),
@@ -124,7 +120,7 @@ TEST(ConfigSummary, NoArraysAndOnlyCacheDrives) {
                 "[[korvane.controllers.arrays]]\nref = 4\ndrives = [1, 2]\n"
                 "[[korvane.controllers.logical_drives]]\ntarget_id = 9\nname = \"VCACHE\"\nraid = 1\narrays = [4]\n"
                 "ssd_cache = true\n");
-    RunResult c = RunConfig("2\n", "", cache);
+    RunResult c = RunConfig("2\n", cache);
     EXPECT_EQ(CountOf(c.out, "...Logical Drive Information..."), 0) << c.out;
     EXPECT_EQ(CountOf(c.out, "No LDs detected"), 0);
     EXPECT_TRUE(ContainsInOrder(c.out, {"\n...Velocore Logical Drives Information...\n", F("%-20d%-20s%-21s", 9, "VCACHE", "9728") + "OPTIMAL\n"}));
@@ -144,24 +140,24 @@ std::string WithFaults(const std::string& faults) {
 
 TEST(ConfigFailures, ReadAndSummaryFailureTexts) {
     // The size query fails silently; the read itself prints its line.
-    RunResult size = RunConfig("1\n", "", WithFaults(Fault(4, 0, 0x8005)));
+    RunResult size = RunConfig("1\n", WithFaults(Fault(4, 0, 0x8005)));
     EXPECT_EQ(CountOf(size.out, "Array Count"), 0);
     EXPECT_EQ(CountOf(size.out, "Get Config Failed"), 0);
-    RunResult read = RunConfig("1\n", "", WithFaults("[[korvane.faults]]\ntype = 4\ncode = 0\noccurrence = 2\nstatus = 3\n"));
+    RunResult read = RunConfig("1\n", WithFaults("[[korvane.faults]]\ntype = 4\ncode = 0\noccurrence = 2\nstatus = 3\n"));
     EXPECT_TRUE(ContainsInOrder(read.out, {"ReadConfig : Get Config Failed\n"}));
     EXPECT_EQ(CountOf(read.out, "Array Count"), 0);
 
-    RunResult list = RunConfig("2\n", "", WithFaults(Fault(1, 4, 0x8005)));
+    RunResult list = RunConfig("2\n", WithFaults(Fault(1, 4, 0x8005)));
     EXPECT_TRUE(ContainsInOrder(list.out, {"GetPDList : ProcessLibCommandCall failed; rval = 0x8005\n"}));
     EXPECT_EQ(CountOf(list.out, "All Physical Drives"), 0);
-    RunResult invalid = RunConfig("2\n", "", WithFaults(Fault(1, 4, 0x800A)));
+    RunResult invalid = RunConfig("2\n", WithFaults(Fault(1, 4, 0x800A)));
     EXPECT_TRUE(ContainsInOrder(invalid.out, {"Invalid controller\n"}));
 
-    RunResult pd = RunConfig("2\n", "", WithFaults(Fault(2, 0, 12)));
+    RunResult pd = RunConfig("2\n", WithFaults(Fault(2, 0, 12)));
     EXPECT_TRUE(ContainsInOrder(pd.out, {"Device ID not found\n"}));
     EXPECT_EQ(CountOf(pd.out, "All Physical Drives"), 0);
 
-    RunResult arr = RunConfig("2\n", "", WithFaults(Fault(4, 8, 9)));
+    RunResult arr = RunConfig("2\n", WithFaults(Fault(4, 8, 9)));
     EXPECT_TRUE(ContainsInOrder(arr.out, {"...Array Information...\n",
                                           "GetArrayInfo : ProcessLibCommandCall failed; rval = 0x9\n"}));
     EXPECT_EQ(CountOf(arr.out, "Logical Drive Information"), 0);

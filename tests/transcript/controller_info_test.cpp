@@ -69,7 +69,7 @@ TEST(ControllerInfo, EveryCapabilityBitSet) {
         "[korvane.controllers.capabilities]\nraid_levels = 0xFFF\nadapter_operations = 0xFFFFFFFF\n"
         "ld_operations = 0xFFFFFFFF\npd_operations = 0xFFFFFFFF\npd_mix_support = 0xFFFFFFFF\n"
         "hw_present = 0xFFFFFFFF\nadapter_status = 0xFFFF\n";
-    RunResult r = RunCtrl("1\n", "", KorvaneScenario("cluster_permitted = true\ncluster_active = true\n", caps));
+    RunResult r = RunCtrl("1\n", KorvaneScenario("cluster_permitted = true\ncluster_active = true\n", caps));
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(
         out,
@@ -113,7 +113,7 @@ TEST(ControllerInfo, EveryCapabilityBitClear) {
     std::string caps =
         "[korvane.controllers.capabilities]\nraid_levels = 0\nadapter_operations = 0\nld_operations = 0\n"
         "pd_operations = 0\npd_mix_support = 0\nhw_present = 0\nadapter_status = 0\n";
-    RunResult r = RunCtrl("1\n", "", KorvaneScenario("", caps));
+    RunResult r = RunCtrl("1\n", KorvaneScenario("", caps));
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(
         out, {"\nOther hardware present\n\n", "\nCluster Information\n\tClustering not enabled on the card\n\tCluster inactive\n",
@@ -136,7 +136,7 @@ TEST(ControllerInfo, EveryCapabilityBitClear) {
 TEST(ControllerInfo, FetchFailureText) {
     // The first information fetch is the one made at selection; fail the second.
     std::string faults = "[[korvane.faults]]\ntype = 1\ncode = 0\noccurrence = 2\nstatus = 0x800A\n";
-    RunResult r = RunCtrl("1\n", "", KorvaneScenario("", "", faults));
+    RunResult r = RunCtrl("1\n", KorvaneScenario("", "", faults));
     EXPECT_NE(r.out.find("GetCtrlInfoFunc : Invalid controller\n\nPress ENTER"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("Controller Information"), std::string::npos);
 }

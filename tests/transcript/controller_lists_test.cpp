@@ -53,7 +53,7 @@ const char* kNoEnumeration =
     "sas_addresses = [0x5000C50000000311, 0x5000C50000000312]\nport_bitmap = 6\n";
 
 TEST(ControllerLists, DeviceListWithoutEnclosureEnumeration) {
-    RunResult r = RunCtrl("4\n", "", KorvaneScenario("", kNoEnumeration));
+    RunResult r = RunCtrl("4\n", KorvaneScenario("", kNoEnumeration));
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {"# of drives in the system : 3\n",
                                       Dev(0, 5) + L("Device is an enclosure") + X("Enclosure's Device ID", 5) +
@@ -70,13 +70,13 @@ TEST(ControllerLists, DeviceListWithoutEnclosureEnumeration) {
 TEST(ControllerLists, DeviceOutsideAnyEnclosureWithEnumeration) {
     std::string devices = "[korvane.controllers.capabilities]\nencl_enumeration = true\n"
                           "[[korvane.controllers.drives]]\ndevice_id = 30\nsize_mb = 1000\n";
-    RunResult r = RunCtrl("4\n", "", KorvaneScenario("", devices));
+    RunResult r = RunCtrl("4\n", KorvaneScenario("", devices));
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {Dev(0, 30) + L("Device is not within an enclosure") + D("Slot number", 255) +
                                                  F("\t%-25s : ", "SCSI Device Type") + "DISK\n"}));
 }
 
 TEST(ControllerLists, EmptyDeviceListPrintsOnlyTheCount) {
-    RunResult r = RunCtrl("4\n", "", KorvaneScenario(""));
+    RunResult r = RunCtrl("4\n", KorvaneScenario(""));
     EXPECT_NE(r.out.find("# of drives in the system : 0\n\nPress ENTER to continue"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("Physical Devices Details"), std::string::npos);
 }
@@ -120,10 +120,10 @@ TEST(ControllerLists, QueryTypeZeroRunsTheFullList) {
 
 TEST(ControllerLists, QueryFailureTexts) {
     std::string input = "40\n2\n0\n\n";
-    RunResult r = RunCtrl(input, "", KorvaneScenario("", "", Fault(6, 3, 0x800A, 0x02010100)));
+    RunResult r = RunCtrl(input, KorvaneScenario("", "", Fault(6, 3, 0x800A, 0x02010100)));
     EXPECT_NE(r.out.find("Select Power STATE -->\n\n 0) Active 1)Stopped\nInvalid controller\n"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("DCMDPassthru"), std::string::npos);
-    r = RunCtrl(input, "", KorvaneScenario("", "", Fault(6, 3, 0x8009, 0x02010100)));
+    r = RunCtrl(input, KorvaneScenario("", "", Fault(6, 3, 0x8009, 0x02010100)));
     EXPECT_NE(r.out.find("Stopped\nDCMDPassthru : ProcessLibCommandCall failed; rval = 0x8009\n"), std::string::npos);
     EXPECT_EQ(r.out.find("Query not supported"), std::string::npos);
 }
@@ -146,7 +146,7 @@ TEST(ControllerLists, EnclosureListWithSlotOffset) {
 TEST(ControllerLists, FaultyEnclosureAndTypes) {
     std::string encl = "[[korvane.controllers.enclosures]]\ndevice_id = 5\nslots = 1\ntype = \"sgpio\"\nfault = true\n"
                        "[[korvane.controllers.enclosures]]\ndevice_id = 6\nslots = 0\ntype = \"safte\"\n";
-    RunResult r = RunCtrl("5\n", "", KorvaneScenario("", encl));
+    RunResult r = RunCtrl("5\n", KorvaneScenario("", encl));
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {F("\t%-25s : ", "Enclosure type") + "Sgpio\n" + L("Enclosure is Faulty!!!") +
                                                      D("Slot Offset", 0) + D("PD Count", 0) + F("\t%-25s %d : ", "Slot #", 0) +
                                                      "Empty\n",
@@ -171,10 +171,10 @@ TEST(ControllerLists, ListFailureTexts) {
         {"47\n", 25, "GetExtPDDistribution : ProcessLibCommandCall failed; rval = 0x8009\n"},
     };
     for (const Case& c : cases) {
-        RunResult r = RunCtrl(c.items, "", KorvaneScenario("", "", Fault(1, c.code, 0x8009)));
+        RunResult r = RunCtrl(c.items, KorvaneScenario("", "", Fault(1, c.code, 0x8009)));
         EXPECT_NE(r.out.find(c.text), std::string::npos) << c.items;
         if (c.code != 19) {
-            r = RunCtrl(c.items, "", KorvaneScenario("", "", Fault(1, c.code, 0x800A)));
+            r = RunCtrl(c.items, KorvaneScenario("", "", Fault(1, c.code, 0x800A)));
             EXPECT_NE(r.out.find("Invalid controller\n\nPress ENTER"), std::string::npos) << c.items;
         }
     }
@@ -206,7 +206,7 @@ TEST(ControllerLists, DistributionOfAMissingLogicalDriveFails) {
 }
 
 TEST(ControllerLists, NoTargetQuestionOnAPxController) {
-    RunResult r = RunCtrl("13\n", "multi", "", "2\n");
+    RunResult r = RunCtrl("13\n", "multi", "2\n");
     EXPECT_EQ(r.out.find("Do you want LD Distribution"), std::string::npos);
     EXPECT_NE(r.out.find("\nLD Distribution\n---------------\nMapped Devices Count : "), std::string::npos) << r.out;
 }
@@ -215,7 +215,7 @@ TEST(ControllerLists, PhysicalDriveDistributions) {
     std::string drives = "[[korvane.controllers.drives]]\ndevice_id = 40\nsize_mb = 1000\nstate = \"jbod\"\n"
                          "sas_addresses = [0x5000C50000000401]\n"
                          "[[korvane.controllers.drives]]\ndevice_id = 41\nsize_mb = 1000\n";
-    RunResult r = RunCtrl("23\n\n47\n", "", KorvaneScenario("", drives));
+    RunResult r = RunCtrl("23\n\n47\n", KorvaneScenario("", drives));
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out),
                                 {"\nPD Distribution\n---------------\nMapped Devices Count : 1\n\nMapped Device# 0 :\n"
                                  "\tDevice Id : 40\n\tOS Drive Name  : /dev/sda\n\tOS Drive Number : 0\n",

@@ -65,7 +65,7 @@ TEST(ControllerProps, EditedValuesAsTheWriteCarriesThem) {
     // Policy 2 (None); rebuild rate 300 (8 bits: 44); JBOD 3 (lowest bit: 1);
     // ECC leak rate 70000 (16 bits: 4464); spin-down time 45.
     std::string input = "3\n2\n" + Answers({{4, "300"}, {12, "3"}, {19, "70000"}, {34, "45"}}) + "\n2\n";
-    RunResult r = RunCtrl(input, "", KorvaneScenario("", kPowerSaving));
+    RunResult r = RunCtrl(input, KorvaneScenario("", kPowerSaving));
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {"NOTE : Default current values are given alongside; Please press ENTER to retain those values\n"
                                       "Power Policy \nIndex    : Value\n-----    : -----\n1        : Auto\n2        : None\n"
@@ -105,7 +105,7 @@ TEST(ControllerProps, PowerPolicyChoices) {
     };
     for (Case c : {Case{"1", "01"}, Case{"2", "FE"}, Case{"3", "02"}, Case{"4", "04"}, Case{"65537", "01"},
                    Case{"", "00"}, Case{"abc", "00"}, Case{"7", "00"}}) {
-        RunResult r = RunCtrl(std::string("3\n") + c.typed + "\n" + Answers({}), "", KorvaneScenario("", scenario));
+        RunResult r = RunCtrl(std::string("3\n") + c.typed + "\n" + Answers({}), KorvaneScenario("", scenario));
         EXPECT_EQ(DataByte(FirstTrace(r, 1, 2), 40), c.stored) << c.typed;
         bool invalid = std::string(c.typed) == "7";
         EXPECT_EQ(r.out.find("Enter Power Policy : (current = Controller Default)\nInvalid Entry, Taken default value\n") !=
@@ -119,12 +119,12 @@ TEST(ControllerProps, NoPowerPolicyQuestionWithoutPowerSavings) {
     // Neither the capability nor bit 3 of the manufacturing byte: the first
     // prompt follows the note directly.
     std::string caps = "[korvane.controllers.capabilities]\npower_savings = false\n[korvane.controllers.mfc]\ndisable_power_savings = 0x07\n";
-    RunResult r = RunCtrl("3\n" + Answers({}), "", KorvaneScenario("", caps));
+    RunResult r = RunCtrl("3\n" + Answers({}), KorvaneScenario("", caps));
     EXPECT_NE(r.out.find("retain those values\n" + F("%-50s : (current = ", "Enter # of seconds between predictive fail polls")),
               std::string::npos);
     // Bit 3 alone brings it back (and no fourth line without the capability).
     caps = "[korvane.controllers.capabilities]\npower_savings = false\n[korvane.controllers.mfc]\ndisable_power_savings = 0x08\n";
-    r = RunCtrl("3\n\n" + Answers({}), "", KorvaneScenario("", caps));
+    r = RunCtrl("3\n\n" + Answers({}), KorvaneScenario("", caps));
     EXPECT_NE(r.out.find("3        : Max\nEnter Power Policy : (current = None)\n"), std::string::npos) << r.out;
 }
 
@@ -142,29 +142,29 @@ TEST(ControllerProps, WriteFailureTexts) {
     for (const Case& c : {Case{4, "Invalid Sequence Number\n"}, Case{3, "One or more of the input parameters are invalid\n"},
                           Case{0x800A, "(default = 30)Invalid controller\n"},
                           Case{0x8009, "SetCtrlProperties : ProcessLibCommandCall failed; rval = 0x8009\n"}}) {
-        RunResult r = RunCtrl("3\n\n" + Answers({}), "", KorvaneScenario("", "", Fault(1, 2, c.status)));
+        RunResult r = RunCtrl("3\n\n" + Answers({}), KorvaneScenario("", "", Fault(1, 2, c.status)));
         EXPECT_NE(r.out.find(c.text), std::string::npos) << c.status;
         EXPECT_EQ(r.out.find("SetCtrlProperties : ProcessLibCommandCall successful"), std::string::npos);
     }
 }
 
 TEST(ControllerProps, ReadFailureTexts) {
-    RunResult r = RunCtrl("2\n\n3\n", "", KorvaneScenario("", "", Fault(1, 1, 0x800A)));
+    RunResult r = RunCtrl("2\n\n3\n", KorvaneScenario("", "", Fault(1, 1, 0x800A)));
     EXPECT_EQ(CountOf(r.out, "Invalid controller\n"), 2);
     EXPECT_EQ(r.out.find("Controller Properties"), std::string::npos);
     EXPECT_EQ(r.out.find("NOTE : "), std::string::npos);  // the editor stops at the failed read
     EXPECT_TRUE(TraceFor(r, 1, 2).empty());
 
-    r = RunCtrl("2\n", "", KorvaneScenario("", "", Fault(1, 1, 0x21)));
+    r = RunCtrl("2\n", KorvaneScenario("", "", Fault(1, 1, 0x21)));
     EXPECT_NE(r.out.find("GetCtrlProperties : ProcessLibCommandCall failed; rval = 0x21\n"), std::string::npos);
 }
 
 TEST(ControllerProps, CoercionModeThreePerFamily) {
-    RunResult r = RunCtrl("2\n", "", KorvaneScenario("", "[korvane.controllers.properties]\ncoercionMode = 3\n"));
+    RunResult r = RunCtrl("2\n", KorvaneScenario("", "[korvane.controllers.properties]\ncoercionMode = 3\n"));
     EXPECT_NE(Unpaged(r.out).find(F("%-45s : ", "Drive capacity coercion mode") + F("%-45s : %s\n", "Alarm Enable", "ENABLE")),
               std::string::npos);
     std::string px2 = "[px2]\nmode = \"simulation\"\n[[px2.controllers]]\nid = 0\n[px2.controllers.properties]\ncoercionMode = 3\n";
-    r = RunCtrl("2\n", "", px2);
+    r = RunCtrl("2\n", px2);
     EXPECT_NE(Unpaged(r.out).find(F("%-45s : ", "Drive capacity coercion mode") + "Zero Coercion\n"), std::string::npos)
         << r.out;
 }
@@ -183,7 +183,7 @@ TEST(ControllerProps, FactoryDefaults) {
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {F("%-45s : %d\n", "Sequence #", 2),
                                                  F("%-45s : %d\n", "Maximum # of drives to spin up at one time", 2)}));
 
-    r = RunCtrl("54\n", "", KorvaneScenario("", "", Fault(6, 3, 0x2A, 0x010D0000)));
+    r = RunCtrl("54\n", KorvaneScenario("", "", Fault(6, 3, 0x2A, 0x010D0000)));
     EXPECT_NE(r.out.find("SetFactoryDefaults: ProcessLibCommandCall failed; rval = 0x2a\n"), std::string::npos);
 }
 

@@ -34,20 +34,14 @@ inline std::string Unpaged(const std::string& out) {
 
 // Runs controller menu items: `items` is what follows the controller menu
 // choice (item numbers and their answers; the line after an item's answers
-// answers "Press ENTER to continue"). Enough empty lines follow for
-// the pager; the run ends at end of input.
-// `select` answers the controller selection (only asked when the scenario
-// has two controllers or more). With neither a preset nor a text the
-// controller tests' own scenario (controller.toml beside the tests) runs.
-inline RunResult RunCtrl(const std::string& items, const std::string& scenario = "",
-                         const std::string& scenarioText = "", const std::string& select = "") {
-    RunSpec runSpec;
-    runSpec.scenario = !scenario.empty()      ? scenario
-                       : scenarioText.empty() ? std::string(TARSEL_SOURCE_DIR) + "/tests/transcript/controller.toml"
-                                              : "default";
-    runSpec.scenarioText = scenarioText;
-    runSpec.input = StartInput(select + "3\n" + items + std::string(60, '\n'));
-    return RunTool(runSpec);
+// answers "Press ENTER to continue"). Enough empty lines follow for the
+// pager; the run ends at end of input. `scenario` is a preset or a scenario
+// text; empty, the controller tests' own scenario (controller.toml beside
+// the tests) runs. `select` answers the controller selection (only asked
+// when the scenario has two controllers or more).
+inline RunResult RunCtrl(const std::string& items, const std::string& scenario = "", const std::string& select = "") {
+    return RunWith(scenario.empty() ? std::string(TARSEL_SOURCE_DIR) + "/tests/transcript/controller.toml" : scenario,
+                   select + "3\n" + items + std::string(60, '\n'));
 }
 
 // A Korvane controller with the given keys in its table and the given

@@ -13,12 +13,8 @@ using ctrltest::Fault;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-RunResult RunLd(const std::string& items, const std::string& scenario, const std::string& text = "") {
-    RunSpec runSpec;
-    runSpec.scenario = scenario;
-    runSpec.scenarioText = text;
-    runSpec.input = StartInput("5\n" + items + std::string(40, '\n'));
-    return RunTool(runSpec);
+RunResult RunLd(const std::string& items, const std::string& scenario) {
+    return RunWith(scenario, "5\n" + items + std::string(40, '\n'));
 }
 
 std::string L30(const char* label, const char* text) { return F("%-30s : ", label) + text + "\n"; }
@@ -48,7 +44,7 @@ std::string PolicyScenario() {
 }
 
 TEST(LdInfo, EdgePolicyValuesAndElapsedProgress) {
-    RunResult r = RunLd("1\n0\n\n1\n1\n\n1\n2\n", "", PolicyScenario());
+    RunResult r = RunLd("1\n0\n\n1\n1\n\n1\n2\n", PolicyScenario());
     ASSERT_EQ(r.status, 0) << r.out;
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
@@ -100,7 +96,7 @@ TEST(LdInfo, DefaultPresetEveryLogicalDriveAndSpannedRaid10) {
 }
 
 TEST(LdProperties, PowerPolicyThroughTheOtherDecoder) {
-    RunResult r = RunLd("2\n0\n\n2\n1\n\n2\n2\n", "", PolicyScenario());
+    RunResult r = RunLd("2\n0\n\n2\n1\n\n2\n2\n", PolicyScenario());
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
         F("%-20s : %d\n", "Target ID", 0), F("%-20s : %d\n", "Sequence Number", 1),
@@ -200,25 +196,25 @@ std::string WithFault(unsigned status) {
 
 TEST(LdSetProperties, FailureTexts) {
     const std::string answers = "3\n2\nN\n\n\n\n\n1\n1\n0\n2\n";
-    EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(4)).out, {"Sequence Number out of sync\n"}));
-    EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(3)).out, {"Set parameters are invalid; Check and Retry\n"}));
-    EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(12)).out, {"Target ID/Logical Drive ID is invalid\n"}));
-    EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(0x800A)).out, {"\nInvalid controller\n"}));
-    EXPECT_TRUE(ContainsInOrder(RunLd(answers, "", WithFault(0x8005)).out,
+    EXPECT_TRUE(ContainsInOrder(RunLd(answers, WithFault(4)).out, {"Sequence Number out of sync\n"}));
+    EXPECT_TRUE(ContainsInOrder(RunLd(answers, WithFault(3)).out, {"Set parameters are invalid; Check and Retry\n"}));
+    EXPECT_TRUE(ContainsInOrder(RunLd(answers, WithFault(12)).out, {"Target ID/Logical Drive ID is invalid\n"}));
+    EXPECT_TRUE(ContainsInOrder(RunLd(answers, WithFault(0x800A)).out, {"\nInvalid controller\n"}));
+    EXPECT_TRUE(ContainsInOrder(RunLd(answers, WithFault(0x8005)).out,
                                 {"SetsetLdProperties : ProcessLibCommandCall failed ;  rval = 0x8005\n"}));
-    RunResult unknown = RunLd("3\n40\n", "", PolicyScenario());
+    RunResult unknown = RunLd("3\n40\n", PolicyScenario());
     EXPECT_TRUE(ContainsInOrder(unknown.out, {"\nTarget ID/Logical Drive ID is invalid\n",
                                               "SetLDProperties : GetLDInfo failed; rval = 0xC\n"}));
     EXPECT_TRUE(TraceFor(unknown, 3, 2).empty());
 }
 
 TEST(LdInfoFailures, InfoAndPropertiesTexts) {
-    RunResult info = RunLd("1\n40\n\n2\n40\n", "", PolicyScenario());
+    RunResult info = RunLd("1\n40\n\n2\n40\n", PolicyScenario());
     EXPECT_TRUE(ContainsInOrder(info.out, {"\nTarget ID/Logical Drive ID is invalid\nGetLDInfo failed; rval = 0xC\n",
                                            "Enter logical drive ID --->Target ID/Logical Drive ID is invalid\n"}));
     std::string s = PolicyScenario();
     s.insert(s.find("\n[[korvane.controllers]]"), "\n" + Fault(3, 0, 0x8005) + Fault(3, 1, 0x8005));
-    RunResult other = RunLd("1\n0\n\n2\n0\n", "", s);
+    RunResult other = RunLd("1\n0\n\n2\n0\n", s);
     EXPECT_TRUE(ContainsInOrder(other.out, {"\nGetLDInfo : ProcessLibCommandCall failed ;  rval = 0x8005\n",
                                             "GetLDInfo failed; rval = 0x8005\n",
                                             "GetLDProperties : ProcessLibCommandCall failed ;  rval = 0x8005\n"}));

@@ -213,20 +213,6 @@ std::string DefaultScenarioWith(const std::string& from, const std::string& to, 
     return text + "\n" + extra;
 }
 
-RunResult RunScenarioText(const std::string& input, const std::string& scenarioText) {
-    RunSpec runSpec;
-    runSpec.scenarioText = scenarioText;
-    runSpec.input = StartInput(input);
-    return RunTool(runSpec);
-}
-
-RunResult RunMenus(const std::string& input, const std::string& scenario = "default") {
-    RunSpec runSpec;
-    runSpec.scenario = scenario;
-    runSpec.input = StartInput(input);
-    return RunTool(runSpec);
-}
-
 // The run ended through the normal exit path.
 void ExpectCleanExit(const RunResult& r) {
     EXPECT_FALSE(r.timedOut);
@@ -237,7 +223,7 @@ void ExpectCleanExit(const RunResult& r) {
 }  // namespace
 
 TEST(MainMenu, ExactTextAndZeroQuits) {
-    RunResult r = RunMenus("0\n");
+    RunResult r = RunWith("default", "0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {"Only one controller present. Selected Controller = 0\n",
                                         kMainMenu + "\n\n" + kUnload, kUnloadOk}));
@@ -246,7 +232,7 @@ TEST(MainMenu, ExactTextAndZeroQuits) {
 
 TEST(MainMenu, UnlistedOrNonNumericChoiceIsInvalid) {
     // Blank lines are no answer: the choice is read from the next line.
-    RunResult r = RunMenus("15\nxyz\n\n\n \r\n0\n");
+    RunResult r = RunWith("default", "15\nxyz\n\n\n \r\n0\n");
     ExpectCleanExit(r);
     EXPECT_EQ(2, CountOf(r.out, "Invalid Entry, Try Again\n"));
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\nInvalid Entry, Try Again\n" + kMainMenu}));
@@ -256,7 +242,7 @@ TEST(MainMenu, UnlistedOrNonNumericChoiceIsInvalid) {
 TEST(MainMenu, SelectControllerAgain) {
     // Controller 0 at start, then item 1 selects entry 2 (the PX controller)
     // and refreshes its information and connector table.
-    RunResult r = RunMenus("0\n1\n2\n2\n99\n0\n", "multi");
+    RunResult r = RunWith("multi", "0\n1\n2\n2\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\n\nTarsel for Korvane SAS Controller is running under Simulation Mode\n"
                                                     "# of controllers found = 4\n",
@@ -281,7 +267,7 @@ TEST(GroupMenus, ExactTextAndUnlistedChoiceReturnsToMainMenu) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.choice);
-        RunResult r = RunMenus(std::string(c.choice) + "\n99\n0\n");
+        RunResult r = RunWith("default", std::string(c.choice) + "\n99\n0\n");
         ExpectCleanExit(r);
         EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\n" + c.menu + kMainMenu + "\n\n" + kUnload}));
         EXPECT_EQ(std::string::npos, r.out.find(kPressEnter));
@@ -289,7 +275,7 @@ TEST(GroupMenus, ExactTextAndUnlistedChoiceReturnsToMainMenu) {
 }
 
 TEST(GroupMenus, ZeroEndsTheProgram) {
-    RunResult r = RunMenus("6\n0\n99\n");
+    RunResult r = RunWith("default", "6\n0\n99\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kConfigMenu + kUnload}));
     EXPECT_EQ(1, CountOf(r.out, kMainTitle));  // the main menu never came back
@@ -298,7 +284,7 @@ TEST(GroupMenus, ZeroEndsTheProgram) {
 TEST(GroupMenus, NotANumberCountsAsUnlisted) {
     // letters, a number too large for an int, a bare sign; the blank lines
     // before "99" are skipped, so the controller menu stays open until then
-    RunResult r = RunMenus("2\nabc\n3\n\n\n99\n4\n99999999999999999999\n9\n-\n0\n");
+    RunResult r = RunWith("default", "2\nabc\n3\n\n\n99\n4\n99999999999999999999\n9\n-\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {SystemMenu() + kMainMenu, kControllerMenu + kMainMenu, kPDMenu + kMainMenu,
                                         kEventMenu + kMainMenu}));
@@ -309,21 +295,21 @@ TEST(GroupMenus, NotANumberCountsAsUnlisted) {
 
 TEST(GroupMenus, NumberAfterBlankLinesAndTrailingTextIsTheChoice) {
     // "  36 trailing words" is item 36; the rest of its line is discarded.
-    RunResult r = RunMenus("3\n\n\n  36 trailing words\n\n99\n0\n");
+    RunResult r = RunWith("default", "3\n\n\n  36 trailing words\n\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kControllerMenu + "\nUnsupported for now.\n" + kPressEnter + "\n" +
                                         kControllerMenu + kMainMenu}));
 }
 
 TEST(BreakMirrorMenu, ZeroReturnsToTheLogicalDriveMenu) {
-    RunResult r = RunMenus("5\n17\n0\n\n99\n0\n");
+    RunResult r = RunWith("default", "5\n17\n0\n\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kLDMenu + kBreakMirrorMenu + kPressEnter + "\n" + kLDMenu + kMainMenu}));
     EXPECT_EQ(2, CountOf(r.out, kLDTitle));
 }
 
 TEST(SnapshotMenu, PrintsItsLineAndReturns) {
-    RunResult r = RunMenus("13\n0\n");
+    RunResult r = RunWith("default", "13\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(
         r.out, {kMainMenu + "\n\nNot supported (This feature is supported only in Windows operating system.)",
@@ -331,14 +317,14 @@ TEST(SnapshotMenu, PrintsItsLineAndReturns) {
 }
 
 TEST(SecurityMenu, RefusedWithoutTheSecurityCapability) {
-    RunResult r = RunMenus("12\n0\n");
+    RunResult r = RunWith("default", "12\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {"Security option is not enabled on controller \n" + kMainMenu}));
     EXPECT_EQ(std::string::npos, r.out.find("KEY MANAGEMENT MENU"));
 }
 
 TEST(SecurityMenu, OpensWithTheSecurityCapability) {
-    RunResult r = RunScenarioText("12\n99\n0\n", DefaultScenarioWith("security = false", "security = true"));
+    RunResult r = RunWith(DefaultScenarioWith("security = false", "security = true"), "12\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu + "\n\n" + kKeyMenu + kMainMenu}));
 }
@@ -346,9 +332,9 @@ TEST(SecurityMenu, OpensWithTheSecurityCapability) {
 TEST(SecurityMenu, ControllerInformationFailureIsReported) {
     // The first controller-information read is the selection's; fail the
     // second, which is the security menu's entry check.
-    RunResult r = RunScenarioText(
-        "12\n0\n", DefaultScenarioWith("security = false", "security = true",
-                                        "[[korvane.faults]]\ntype = 1\ncode = 0\noccurrence = 2\nstatus = 0x800A\n"));
+    RunResult r = RunWith(DefaultScenarioWith("security = false", "security = true",
+                                              "[[korvane.faults]]\ntype = 1\ncode = 0\noccurrence = 2\nstatus = 0x800A\n"),
+                          "12\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kMainMenu, "ProcessLibCommand failed. rval = 0x800a\n" + kMainMenu}));
     EXPECT_EQ(std::string::npos, r.out.find("KEY MANAGEMENT MENU"));
@@ -358,7 +344,7 @@ TEST(SecurityMenu, NoCallIntoAVariantThatStartUpUnloaded) {
     // On the multi preset PX2 finds no controller and is unloaded last, so
     // its entry point is the one "assigned last"; a negative index selects
     // no controller and the command must not jump into the unloaded library.
-    RunResult r = RunMenus("-5\n12\n0\n", "multi");
+    RunResult r = RunWith("multi", "-5\n12\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {"\n\nUnInitializing library for SAS PX2 Controller...",
                                         "Please select a controller index(0 based) to test with:: ",
@@ -367,7 +353,7 @@ TEST(SecurityMenu, NoCallIntoAVariantThatStartUpUnloaded) {
 }
 
 TEST(OobMenu, RefusedWhenNotOutOfBand) {
-    RunResult r = RunMenus("14\n0\n");
+    RunResult r = RunWith("default", "14\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {"OOB Menu is Out Of Band management specific and is applicable only if "
                                         "Tarsel is running in OOB mode.",
@@ -376,21 +362,21 @@ TEST(OobMenu, RefusedWhenNotOutOfBand) {
 }
 
 TEST(OobMenu, TitleOnceRuleEachPassOutOfBand) {
-    RunResult r = RunMenus("14\n99\n0\n", "oob");
+    RunResult r = RunWith("oob", "14\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kOobTitle + kOobRule + kOobBody, kMainMenu}));
     EXPECT_EQ(1, CountOf(r.out, kOobTitle));
 }
 
 TEST(BVTMenu, TitleBeforeTheLoopAndAfterEachItem) {
-    RunResult r = RunMenus("11\n99\n0\n");
+    RunResult r = RunWith("default", "11\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(ContainsInOrder(r.out, {kBVTTitle + kBVTRule + kBVTBody + kMainMenu}));
     EXPECT_EQ(1, CountOf(r.out, kBVTTitle));
 
     // After a finished item: Press ENTER, a newline, the title, then the
     // next pass starts with the rule.
-    r = RunMenus("11\n2\n\n99\n0\n");
+    r = RunWith("default", "11\n2\n\n99\n0\n");
     ExpectCleanExit(r);
     EXPECT_TRUE(
         ContainsInOrder(r.out, {kBVTTitle + kBVTRule + kBVTBody, kPressEnter + "\n" + kBVTTitle + kBVTRule + kBVTBody,

@@ -17,15 +17,10 @@ using ctrltest::Unpaged;
 
 // Drive report of each device id, one after the other; the filler lines
 // answer the pager and lead back to the main menu.
-RunResult RunPdInfo(const std::vector<int>& ids, const std::string& scenario = "default",
-                    const std::string& scenarioText = "") {
+RunResult RunPdInfo(const std::vector<int>& ids, const std::string& scenario = "default") {
     std::string in;
     for (int id : ids) in += "4\n1\n" + std::to_string(id) + "\n" + Filler(12);
-    RunSpec runSpec;
-    runSpec.scenario = scenario;
-    runSpec.scenarioText = scenarioText;
-    runSpec.input = StartInput(in);
-    return RunTool(runSpec);
+    return RunWith(scenario, in);
 }
 
 std::string L35(const char* label, int v) { return F("%-35s : %d\n", label, v); }
@@ -140,7 +135,7 @@ const std::string kBareDrive = ctrltest::KorvaneScenario(
     "rebuild = { progress = 13107, seconds = 40 }\n");
 
 TEST(PdInfoReport, PortBitmapUnknownSpeedUnknownInterfaceAndLogPageTemperature) {
-    RunResult r = RunPdInfo({5}, "", kBareDrive);
+    RunResult r = RunPdInfo({5}, kBareDrive);
     ASSERT_EQ(r.status, 0) << r.out;
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
@@ -177,7 +172,7 @@ TEST(PdInfoReport, SpeedZeroPrintsZeroOnPx2) {
     std::string px2 =
         "[px2]\nmode = \"simulation\"\n[[px2.controllers]]\nid = 0\n"
         "[[px2.controllers.drives]]\ndevice_id = 3\nsize_mb = 50000\ndevice_speed = \"unknown\"\n";
-    RunResult r = RunPdInfo({3}, "", px2);
+    RunResult r = RunPdInfo({3}, px2);
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {L35("Device ID", 3), F("%-35s : ", "Speed") + "0\n",
                                       F("%-35s : ", "Link Speed") + "Unknown\n"}));
@@ -189,9 +184,9 @@ TEST(PdInfoReport, FailureTexts) {
     EXPECT_EQ(CountOf(unknown.out, "Physical Drive Information"), 0);
 
     std::string drive = "[[korvane.controllers.drives]]\ndevice_id = 1\nsize_mb = 1000\n";
-    RunResult invalid = RunPdInfo({1}, "", ctrltest::KorvaneScenario("", drive, Fault(2, 0, 0x800A)));
+    RunResult invalid = RunPdInfo({1}, ctrltest::KorvaneScenario("", drive, Fault(2, 0, 0x800A)));
     EXPECT_TRUE(ContainsInOrder(invalid.out, {"Enter the Physical Device ID--->", "Invalid controller\n"}));
-    RunResult other = RunPdInfo({1}, "", ctrltest::KorvaneScenario("", drive, Fault(2, 0, 0x8005)));
+    RunResult other = RunPdInfo({1}, ctrltest::KorvaneScenario("", drive, Fault(2, 0, 0x8005)));
     EXPECT_TRUE(ContainsInOrder(other.out, {"GetPDInfo : ProcessLibCommandCall failed; rval = 0x8005\n"}));
     EXPECT_EQ(CountOf(other.out, "Physical Drive Information"), 0);
 }
@@ -199,7 +194,7 @@ TEST(PdInfoReport, FailureTexts) {
 TEST(PdInfoReport, FailedLogPageReadOmitsTheTemperature) {
     std::string scen = kBareDrive;
     scen.insert(scen.find("\n[[korvane.controllers]]"), "\n" + Fault(6, 0, 0x8005));
-    RunResult r = RunPdInfo({5}, "", scen);
+    RunResult r = RunPdInfo({5}, scen);
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {L35("Sequence Number", 1), "ProcessLibCommandCall failed!! retVal 0x8005\n",
                                       L35x("Enclosure's device ID", 0xFFFF)}));

@@ -103,13 +103,10 @@ TEST(Startup, LibraryWithoutEntrySymbolEndsTheProgram) {
 }
 
 TEST(Startup, VersionsWithAndWithoutADot) {
-    RunSpec s;
-    s.scenarioText = "[korvane]\nmode = \"simulation\"\nversion_major = \"07.07\"\nversion_minor = \"00.01\"\n"
-                     "[[korvane.controllers]]\nid = 0\n[px]\nversion_major = \"2.5\"\nversion_minor = \"1\"\n"
-                     "[px3]\nversion_major = \"xy-9876\"\nversion_minor = \"1234567\"\n"
-                     "[px2]\nversion_major = \"ab-cdef\"\nversion_minor = \"0042\"\n";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("[korvane]\nmode = \"simulation\"\nversion_major = \"07.07\"\nversion_minor = \"00.01\"\n"
+                          "[[korvane.controllers]]\nid = 0\n[px]\nversion_major = \"2.5\"\nversion_minor = \"1\"\n"
+                          "[px3]\nversion_major = \"xy-9876\"\nversion_minor = \"1234567\"\n"
+                          "[px2]\nversion_major = \"ab-cdef\"\nversion_minor = \"0042\"\n", "0\n");
     // Without a dot: two characters after the dash of the joined text
     // ("1234567xy-9876") and the first four characters of the minor text.
     EXPECT_TRUE(ContainsInOrder(r.out, {"Tarseltest version 5.35\n", "\nTarsel Version : 07.07.00.01\n",
@@ -118,11 +115,8 @@ TEST(Startup, VersionsWithAndWithoutADot) {
 }
 
 TEST(Startup, VersionFailure) {
-    RunSpec s;
-    s.scenarioText = "[korvane]\nmode = \"simulation\"\n[[korvane.faults]]\ntype = 0\ncode = 4\nstatus = 0x8009\n"
-                     "[[korvane.controllers]]\nid = 0\n";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("[korvane]\nmode = \"simulation\"\n[[korvane.faults]]\ntype = 0\ncode = 4\nstatus = 0x8009\n"
+                          "[[korvane.controllers]]\nid = 0\n", "0\n");
     EXPECT_NE(r.out.find("LibraryVersion: ProcessLibCommandCall failed; rval = 0x8009\n"), std::string::npos) << r.out;
 }
 
@@ -205,11 +199,8 @@ TEST(Startup, AllVariantsWithoutControllers) {
 }
 
 TEST(Startup, ShutdownFailureIsReportedAndTheLibraryUnloadedAnyway) {
-    RunSpec s;
-    s.scenarioText = "[korvane]\nmode = \"simulation\"\n[[korvane.faults]]\ntype = 0\ncode = 9\nstatus = 0x8009\n"
-                     "[[korvane.controllers]]\nid = 0\n";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("[korvane]\nmode = \"simulation\"\n[[korvane.faults]]\ntype = 0\ncode = 9\nstatus = 0x8009\n"
+                          "[[korvane.controllers]]\nid = 0\n", "0\n");
     std::string tail = "\n\nUnInitializing library for Korvane SAS Controller...UnInitializeLibrary failed; rval = 0x8009\n"
                        "ExitLib failed for Korvane SAS Controller!! rval 0x8009\n";
     EXPECT_EQ(r.out.substr(r.out.size() - std::min(r.out.size(), tail.size())), tail) << r.out;
@@ -217,10 +208,7 @@ TEST(Startup, ShutdownFailureIsReportedAndTheLibraryUnloadedAnyway) {
 }
 
 TEST(Startup, OutOfBandLibrarySaysSo) {
-    RunSpec s;
-    s.scenario = "oob";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("oob", "0\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {"Initializing library for Korvane SAS Controller...InitializeLibraryKV successful\n"
                                         "\nKorvane SAS Controller is running under OOB Mode.\n",
                                         "# of controllers found = 1\n"}));
@@ -304,10 +292,7 @@ TEST(Startup, EndOfInputAtAnyPromptExitsCleanly) {
 }
 
 TEST(Selection, OneControllerIsSelectedWithoutAPrompt) {
-    RunSpec s;
-    s.scenarioText = kOneKorvane;
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith(kOneKorvane, "0\n");
     EXPECT_TRUE(ContainsInOrder(
         r.out, {"Press Enter\nTarsel for Korvane SAS Controller is running under Simulation Mode\n",
                 "# of controllers found = 1\n",
@@ -326,10 +311,7 @@ TEST(Selection, OneControllerIsSelectedWithoutAPrompt) {
 }
 
 TEST(Selection, TooLargeIsAskedAgain) {
-    RunSpec s;
-    s.scenario = "multi";
-    s.input = StartInput("7\n2\n0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("multi", "7\n2\n0\n");
     EXPECT_EQ(CountOf(r.out, "Please select a controller index(0 based) to test with:: "), 2) << r.out;
     auto info = TraceFor(r, 1, 0);
     ASSERT_EQ(info.size(), 1u);
@@ -339,20 +321,14 @@ TEST(Selection, TooLargeIsAskedAgain) {
 }
 
 TEST(Selection, MinusOneLeavesNoControllerSelected) {
-    RunSpec s;
-    s.scenario = "multi";
-    s.input = StartInput("-1\n2\n\n99\n0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("multi", "-1\n2\n\n99\n0\n");
     EXPECT_EQ(CountOf(r.out, "Please select a controller index(0 based) to test with:: "), 1);
     EXPECT_TRUE(TraceFor(r, 1, 0).empty());
     EXPECT_NE(r.out.find("Currently selected controller = -1\n"), std::string::npos);
 }
 
 TEST(SystemMenu, ControllerListAndVersionAgain) {
-    RunSpec s;
-    s.scenarioText = kOneKorvane;
-    s.input = StartInput("2\n4\n\n5\n\n99\n0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith(kOneKorvane, "2\n4\n\n5\n\n99\n0\n");
     EXPECT_TRUE(ContainsInOrder(
         r.out, {"Selected Controller = 0\n", "...SYSTEM MENU...",
                 "\nTarsel for Korvane SAS Controller is running under Simulation Mode\n# of controllers found = 1\n",
@@ -366,19 +342,13 @@ TEST(SystemMenu, ControllerListAndVersionAgain) {
 }
 
 TEST(SystemMenu, ControllerListFailure) {
-    RunSpec s;
-    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 0\ncode = 3\nstatus = 0x8009\n";
-    s.input = StartInput("2\n4\n\n99\n0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith(std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 0\ncode = 3\nstatus = 0x8009\n", "2\n4\n\n99\n0\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {"...SYSTEM MENU...", "GetCtrlList: ProcessLibCommandCall failed; rval = 0x8009\n"
                                                           "\nPress ENTER to continue"}));
 }
 
 TEST(SystemMenu, InitLibReinitialisesTheSelectedVariant) {
-    RunSpec s;
-    s.scenarioText = kOneKorvane;
-    s.input = StartInput("2\n1\n\n99\n0\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith(kOneKorvane, "2\n1\n\n99\n0\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {"...SYSTEM MENU...", "InitializeLibraryKV successful",
                                         "# of controllers found = 1\n", "\nPress ENTER to continue"}));
     auto inits = TraceFor(r, 0, 0);
@@ -386,45 +356,27 @@ TEST(SystemMenu, InitLibReinitialisesTheSelectedVariant) {
     EXPECT_EQ(inits[4].rfind("variant=0 ", 0), 0u);
 }
 
-} // namespace
-
-namespace {
-
 TEST(Selection, LettersKeepTheIndex) {
     // Letters convert nothing: the index keeps -1 (none selected) and no
     // controller information is fetched.
-    RunSpec s;
-    s.scenario = "multi";
-    s.input = StartInput("abc\n2\n");
-    RunResult r = RunTool(s);
+    RunResult r = RunWith("multi", "abc\n2\n");
     EXPECT_EQ(CountOf(r.out, "Please select a controller index(0 based) to test with:: "), 1);
     EXPECT_TRUE(TraceFor(r, 1, 0).empty());
     EXPECT_TRUE(ContainsInOrder(r.out, {"Currently selected controller = -1\n"}));
 }
 
-TEST(Selection, ConnectorReadFailuresUseTheDirectCommandTexts) {
-    RunSpec s;
-    s.scenarioText = std::string(kOneKorvane) +
-                     "[[korvane.faults]]\ntype = 6\ncode = 3\nopcode = 0x07030000\nstatus = 0x8009\n";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
-    EXPECT_NE(r.out.find("Selected Controller = 0\nGetMFCDefaults : ProcessLibCommandCall failed ;  rval = 0x8009\n"),
-              std::string::npos)
-        << r.out;
-
-    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 6\ncode = 3\nstatus = 0x800A\n";
-    r = RunTool(s);
-    EXPECT_NE(r.out.find("Selected Controller = 0\nInvalid controller"), std::string::npos) << r.out;
-}
-
-TEST(Selection, ControllerInformationFailureAtSelection) {
-    RunSpec s;
-    s.scenarioText = std::string(kOneKorvane) + "[[korvane.faults]]\ntype = 1\ncode = 0\nstatus = 0x8009\n";
-    s.input = StartInput("0\n");
-    RunResult r = RunTool(s);
-    EXPECT_NE(r.out.find("Selected Controller = 0\nGetCtrlInfoFunc : ProcessLibCommandCall failed; rval = 0x8009\n"),
-              std::string::npos)
-        << r.out;
+TEST(Selection, FetchFailuresAtSelection) {
+    struct Case {
+        const char* fault;
+        const char* text;
+    };
+    for (Case c : {Case{"type = 6\ncode = 3\nopcode = 0x07030000\nstatus = 0x8009\n",
+                        "GetMFCDefaults : ProcessLibCommandCall failed ;  rval = 0x8009\n"},
+                   Case{"type = 6\ncode = 3\nstatus = 0x800A\n", "Invalid controller\n"},
+                   Case{"type = 1\ncode = 0\nstatus = 0x8009\n", "GetCtrlInfoFunc : ProcessLibCommandCall failed; rval = 0x8009\n"}}) {
+        RunResult r = RunWith(std::string(kOneKorvane) + "[[korvane.faults]]\n" + c.fault, "0\n");
+        EXPECT_NE(r.out.find(std::string("Selected Controller = 0\n") + c.text), std::string::npos) << r.out;
+    }
 }
 
 } // namespace
