@@ -19,6 +19,22 @@ int gNumUnconfPds = 0;
 
 namespace {
 
+// Summary text of a firmware drive state; null for a state not listed.
+const char* SummaryStateText(U16 fwState, bool isForeign) {
+    switch (fwState) {
+    case KV_PD_STATE_UNCONFIGURED_GOOD: return isForeign ? "UNCONFIGURED_GOOD(FOREIGN)" : "UNCONFIGURED_GOOD";
+    case KV_PD_STATE_UNCONFIGURED_BAD: return isForeign ? "UNCONFIGURED_BAD(FOREIGN)" : "UNCONFIGURED_BAD";
+    case KV_PD_STATE_HOT_SPARE: return "HOTSPARE";
+    case KV_PD_STATE_OFFLINE: return "OFFLINE";
+    case KV_PD_STATE_FAILED: return "OFFLINE"; // failed drives show as offline
+    case KV_PD_STATE_REBUILD: return "REBUILD";
+    case KV_PD_STATE_ONLINE: return "ONLINE";
+    case KV_PD_STATE_COPYBACK: return "COPYBACK";
+    case KV_PD_STATE_SYSTEM: return "JBOD";
+    default: return nullptr;
+    }
+}
+
 constexpr U32 kStatusDeviceNotFound = 12;
 // Free space below 64 MB (in 512-byte blocks) does not count.
 constexpr U64 kMinFreeBlocks = 0x20000;
@@ -333,21 +349,6 @@ void PrintNonImportableDisk(_KV_CONFIG_DATA* pConfig) {
 }
 
 /* ---------------- summary ---------------- */
-
-const char* SummaryStateText(U16 fwState, bool isForeign) {
-    switch (fwState) {
-    case KV_PD_STATE_UNCONFIGURED_GOOD: return isForeign ? "UNCONFIGURED_GOOD(FOREIGN)" : "UNCONFIGURED_GOOD";
-    case KV_PD_STATE_UNCONFIGURED_BAD: return isForeign ? "UNCONFIGURED_BAD(FOREIGN)" : "UNCONFIGURED_BAD";
-    case KV_PD_STATE_HOT_SPARE: return "HOTSPARE";
-    case KV_PD_STATE_OFFLINE: return "OFFLINE";
-    case KV_PD_STATE_FAILED: return "OFFLINE"; // failed drives show as offline
-    case KV_PD_STATE_REBUILD: return "REBUILD";
-    case KV_PD_STATE_ONLINE: return "ONLINE";
-    case KV_PD_STATE_COPYBACK: return "COPYBACK";
-    case KV_PD_STATE_SYSTEM: return "JBOD";
-    default: return nullptr;
-    }
-}
 
 U64 LDSizeBlocks(const _KV_LD_CONFIG* ld, bool* supported) {
     *supported = true;

@@ -32,8 +32,6 @@ int ShowConfigSummary(void);
 /* Size in blocks of a logical drive record as the summary computes it;
    *supported is cleared for a RAID level without a rule. */
 U64 LDSizeBlocks(const _KV_LD_CONFIG* ld, bool* supported);
-/* Summary text of a firmware drive state; null for a state not listed. */
-const char* SummaryStateText(U16 fwState, bool isForeign);
 
 /* ---- array free space ---- */
 U32 GetArrayFreeBlocksPerDisk(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks);

@@ -8,6 +8,12 @@
 
 namespace {
 
+// Strip size in KB for a strip-size exponent: 2^exp / 2, 0 from 32 on.
+int StripSizeKB(U8 exponent) {
+    if (exponent >= 32) return 0;
+    return static_cast<int>((U64{1} << exponent) / 2);
+}
+
 // A field of a firmware record printed as a string: at most `width` bytes,
 // stopping at the first terminator, so an unterminated field never reads
 // past its own bytes.
@@ -316,11 +322,6 @@ void PrintDriveLimits(const KV_CTRL_INFO* info) {
 }
 
 }  // namespace
-
-int StripSizeKB(U8 exponent) {
-    if (exponent >= 32) return 0;
-    return static_cast<int>((U64{1} << exponent) / 2);
-}
 
 U32 GetCtrlInfoFunc(KV_CTRL_INFO* info) {
     _TL_LIB_CMD_PARAM_T blk;

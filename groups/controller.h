@@ -36,21 +36,6 @@ U32 GetExtLDDistribution(U8 istargetId);
 U32 GetExtPDDistribution(void);
 U32 GetPCIInfo(void);
 
-/* ---- decoders shared by the printers (pure; unit-tested) ---- */
-/* Strip size in KB for a strip-size exponent: 2^exp / 2, 0 from 32 on. */
-int StripSizeKB(U8 exponent);
-/* Coercion-mode text for a family code ("" when the value has none). */
-const char* CoercionModeText(int family, U8 mode);
-/* End hour of the power-save window: start + interval, wrapped once. */
-int PowerSaveEndHour(int startHour, int interval);
-/* New default LD power-save policy for a power-policy choice; *valid is
-   cleared (and the current value returned) for an unknown choice. */
-U8 PowerPolicyFromChoice(U16 choice, U8 current, int* valid);
-/* SCSI peripheral type text of the device list. */
-const char* ScsiDevTypeText(U8 type);
-/* Query value sent for a query type and a menu choice. */
-U8 PDQueryValue(int type, int choice);
-
 /* BVT globals filled by the distribution listings. */
 extern U32 gOSDriveNum;
 extern U32 gLdNumber;

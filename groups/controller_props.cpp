@@ -10,6 +10,46 @@
 
 namespace {
 
+// Coercion-mode text for a family code ("" when the value has none).
+const char* CoercionModeText(int family, U8 mode) {
+    if (family == TL_FAMILY_PX2 || family == TL_FAMILY_PX3) {
+        switch (mode) {
+        case 0: return "1 GB\n";
+        case 1: return "128 MB\n";
+        case 2: return "Adaptive Coercion\n";
+        case 3: return "Zero Coercion\n";
+        default: return "";
+        }
+    }
+    switch (mode) {
+    case 0: return "None\n";
+    case 1: return "128 MB\n";
+    case 2: return "1 GB\n";
+    default: return "";
+    }
+}
+
+// End hour of the power-save window: start + interval, wrapped once.
+int PowerSaveEndHour(int startHour, int interval) {
+    int end = startHour + interval;
+    if (end > 23) end -= 24;
+    return end;
+}
+
+// New default LD power-save policy for a power-policy choice; *valid is
+// cleared (and the current value returned) for an unknown choice.
+U8 PowerPolicyFromChoice(U16 choice, U8 current, int* valid) {
+    *valid = 1;
+    switch (choice) {
+    case 0: return current;
+    case 1: return 1;
+    case 2: return 0xFE;
+    case 3: return 2;
+    case 4: return 4;
+    default: *valid = 0; return current;
+    }
+}
+
 const char* YesNo(unsigned v) { return v ? "YES" : "NO"; }
 
 // The power-save lines of the property report and the power-policy
@@ -118,42 +158,6 @@ void EditAllProperties(KV_CTRL_PROP* p) {
 }
 
 }  // namespace
-
-const char* CoercionModeText(int family, U8 mode) {
-    if (family == TL_FAMILY_PX2 || family == TL_FAMILY_PX3) {
-        switch (mode) {
-        case 0: return "1 GB\n";
-        case 1: return "128 MB\n";
-        case 2: return "Adaptive Coercion\n";
-        case 3: return "Zero Coercion\n";
-        default: return "";
-        }
-    }
-    switch (mode) {
-    case 0: return "None\n";
-    case 1: return "128 MB\n";
-    case 2: return "1 GB\n";
-    default: return "";
-    }
-}
-
-int PowerSaveEndHour(int startHour, int interval) {
-    int end = startHour + interval;
-    if (end > 23) end -= 24;
-    return end;
-}
-
-U8 PowerPolicyFromChoice(U16 choice, U8 current, int* valid) {
-    *valid = 1;
-    switch (choice) {
-    case 0: return current;
-    case 1: return 1;
-    case 2: return 0xFE;
-    case 3: return 2;
-    case 4: return 4;
-    default: *valid = 0; return current;
-    }
-}
 
 U32 FireGetCtrlProperties(KV_CTRL_PROP* prop) {
     _TL_LIB_CMD_PARAM_T blk;

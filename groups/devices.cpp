@@ -15,6 +15,34 @@ U32 gLdNumber = 0;
 
 namespace {
 
+// SCSI peripheral type text of the device list.
+const char* ScsiDevTypeText(U8 type) {
+    switch (type) {
+    case 0: return "DISK";
+    case 1: return "TAPE";
+    case 3: return "PROCESSOR";
+    case 5: return "CDROM";
+    case 13: return "SES ENCLOSURE";
+    default: return "UNKNOWN";
+    }
+}
+
+// Query value sent for a query type and a menu choice.
+U8 PDQueryValue(int type, int choice) {
+    static const U8 kStates[] = {0, 1, 2, 16, 17, 20, 24, 32, 64};
+    switch (type) {
+    case KV_PD_QUERY_STATE:
+        return (choice >= 0 && choice < 9) ? kStates[choice] : 0;
+    case KV_PD_QUERY_POWER_STATE:
+    case KV_PD_QUERY_MEDIA_TYPE:
+        return (choice == 0 || choice == 1) ? static_cast<U8>(choice) : 0;
+    case KV_PD_QUERY_SPEED:
+        return (choice >= 0 && choice <= 3) ? static_cast<U8>(choice) : 0;
+    default:
+        return 0;
+    }
+}
+
 std::string FieldText(const char* field, size_t width) { return std::string(field, strnlen(field, width)); }
 
 // Number of entries to walk: the record's count, kept inside the array that
@@ -196,32 +224,6 @@ const char* EnclTypeText(U8 type) {
 }
 
 }  // namespace
-
-const char* ScsiDevTypeText(U8 type) {
-    switch (type) {
-    case 0: return "DISK";
-    case 1: return "TAPE";
-    case 3: return "PROCESSOR";
-    case 5: return "CDROM";
-    case 13: return "SES ENCLOSURE";
-    default: return "UNKNOWN";
-    }
-}
-
-U8 PDQueryValue(int type, int choice) {
-    static const U8 kStates[] = {0, 1, 2, 16, 17, 20, 24, 32, 64};
-    switch (type) {
-    case KV_PD_QUERY_STATE:
-        return (choice >= 0 && choice < 9) ? kStates[choice] : 0;
-    case KV_PD_QUERY_POWER_STATE:
-    case KV_PD_QUERY_MEDIA_TYPE:
-        return (choice == 0 || choice == 1) ? static_cast<U8>(choice) : 0;
-    case KV_PD_QUERY_SPEED:
-        return (choice >= 0 && choice <= 3) ? static_cast<U8>(choice) : 0;
-    default:
-        return 0;
-    }
-}
 
 U32 GetPDListFunc(KV_PD_LIST* list, U32 size) {
     memset(list, 0, size);

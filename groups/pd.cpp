@@ -9,6 +9,29 @@
 
 namespace {
 
+// Text of a negotiated speed code; `family` decides the text of code 0
+// (PX2 and PX3 print "0"); null for a code without text.
+const char* PDSpeedText(U8 speed, int family, bool isLinkSpeed) {
+    switch (speed) {
+    case 0:
+        if (!isLinkSpeed && (family == TL_FAMILY_PX2 || family == TL_FAMILY_PX3)) return "0";
+        return "Unknown";
+    case 1: return "1.5Gbps";
+    case 2: return "3.0Gbps";
+    case 3: return "6.0Gbps";
+    case 4: return "12.0Gbps";
+    default: return nullptr;
+    }
+}
+
+// Highest set bit of a port bitmap, found by shifting the byte right until
+// it is zero; the byte is left zero.
+int ConnectedPortFromBitmap(U8* bitmap) {
+    int port = 0;
+    while ((*bitmap = (U8)(*bitmap >> 1)) != 0) ++port;
+    return port;
+}
+
 constexpr U32 kStatusDeviceNotFound = 12;
 
 // Request of the SCSI passthrough command: a 64-byte header and the data.
@@ -106,25 +129,6 @@ void PrintPDInquiryData(unsigned char* inquiry) {
     my_printf("%-25s : %s\n", "Product ID", product);
     my_printf("%-25s : %s\n", "Product Revision Level", revision);
     my_printf("%-25s : %s\n", "Vendor Specific Info", specific);
-}
-
-const char* PDSpeedText(U8 speed, int family, bool isLinkSpeed) {
-    switch (speed) {
-    case 0:
-        if (!isLinkSpeed && (family == TL_FAMILY_PX2 || family == TL_FAMILY_PX3)) return "0";
-        return "Unknown";
-    case 1: return "1.5Gbps";
-    case 2: return "3.0Gbps";
-    case 3: return "6.0Gbps";
-    case 4: return "12.0Gbps";
-    default: return nullptr;
-    }
-}
-
-int ConnectedPortFromBitmap(U8* bitmap) {
-    int port = 0;
-    while ((*bitmap = (U8)(*bitmap >> 1)) != 0) ++port;
-    return port;
 }
 
 int PrintPDInfo(_KV_PD_INFO* pd) {
