@@ -122,22 +122,6 @@ TEST_F(Dispatch, StatusIsReturnedUnchangedAndNothingIsLoggedOutsideBVT) {
     EXPECT_NE(access("BVTErrorLog.txt", F_OK), 0);
 }
 
-TEST_F(Dispatch, BlockBuilderSetsTheSelectedWord) {
-    _TL_LIB_CMD_PARAM_T blk;
-    memset(&blk, 0xAB, sizeof(blk));
-    gSelController = 3;
-    InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_CTRL_INFO);
-    EXPECT_EQ(blk.cmdType, 1);
-    EXPECT_EQ(blk.cmd, 0);
-    EXPECT_EQ(blk.ctrlId, 0x04000002u);
-    EXPECT_EQ(blk.cmdParam_8b, 0u);
-    EXPECT_EQ(blk.genRef.ref_8b, 0u);
-    EXPECT_EQ(blk.dataSize, 0u);
-    gSelController = -1;
-    InitCmdBlock(&blk, TL_SYSTEM_CMD_TYPE, TL_GET_LIB_VER);
-    EXPECT_EQ(blk.ctrlId, 0u);
-}
-
 TEST_F(Dispatch, BVTSuccessWritesOneStatusBlockAndNoDump) {
     _TL_LIB_CMD_PARAM_T blk{};
     blk.cmdType = TL_CTRL_CMD_TYPE;
