@@ -1,27 +1,14 @@
 // Helpers shared by the controller transcript tests: running controller
-// menu items on the simulator, formatting expected lines with the
-// documented formats, and minimal scenarios.
+// menu items on the simulator, reading its trace, and minimal scenarios.
 #ifndef TARSELTEST_CONTROLLER_SUPPORT_H
 #define TARSELTEST_CONTROLLER_SUPPORT_H
 
-#include <stdarg.h>
-#include <stdio.h>
-
 #include <string>
 
+#include "format.h"
 #include "harness.h"
 
 namespace ctrltest {
-
-inline std::string F(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-inline std::string F(const char* fmt, ...) {
-    char buf[1024];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
 
 // Output with every pause of the pager and of the menu removed, so that a
 // listing reads as one piece.

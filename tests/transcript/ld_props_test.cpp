@@ -8,7 +8,6 @@
 
 namespace {
 
-using ctrltest::F;
 using ctrltest::Fault;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;

@@ -9,7 +9,6 @@
 
 namespace {
 
-using ctrltest::F;
 using ctrltest::Fault;
 using ctrltest::FirstTrace;
 using ctrltest::TraceField;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tarseltest.h"
+#include "fake_library.h"
 
 namespace {
 
@@ -45,16 +45,6 @@ public:
 private:
     int saved_;
 };
-
-// Runs `body` with standard output captured and returns what it printed.
-template <typename F>
-std::string Captured(F body) {
-    fflush(stdout);
-    testing::internal::CaptureStdout();
-    body();
-    fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
 
 // What is left unread on standard input.
 std::string RestOfInput() {
@@ -182,13 +172,13 @@ TEST(HexDump, SixteenBytesALineEachLineStartedByANewline) {
 
 TEST_F(PagerTest, FifteenthCountedCallPausesAndWaitsForOneCharacter) {
     StdinFrom in("xy\n");
-    std::string out = Captured([] {
+    std::string out = Printed([] {
         for (int i = 1; i <= 14; ++i) my_printf("line %d\n", i);
     });
     EXPECT_EQ(std::string::npos, out.find(kPause));
     EXPECT_EQ(14, numLines);
 
-    out = Captured([] { my_printf("line %d\n", 15); });
+    out = Printed([] { my_printf("line %d\n", 15); });
     EXPECT_EQ(std::string("line 15\n") + kPause, out);
     EXPECT_EQ(0, numLines);
     EXPECT_EQ("y\n", RestOfInput());  // exactly one character was taken
@@ -196,7 +186,7 @@ TEST_F(PagerTest, FifteenthCountedCallPausesAndWaitsForOneCharacter) {
 
 TEST_F(PagerTest, CountsCallsNotNewlines) {
     StdinFrom in("");
-    std::string out = Captured([] {
+    std::string out = Printed([] {
         my_printf("no line end");
         my_printf("%s", "");
         my_printf("a\nb\nc\n");
@@ -208,7 +198,7 @@ TEST_F(PagerTest, CountsCallsNotNewlines) {
 TEST_F(PagerTest, NoPauseInBVTModeOrWhenTheReportGoesToAFile) {
     StdinFrom in("");
     gBVTMode = 1;
-    std::string out = Captured([] {
+    std::string out = Printed([] {
         for (int i = 0; i < 20; ++i) my_printf("x\n");
     });
     EXPECT_EQ(std::string::npos, out.find(kPause));
@@ -218,7 +208,7 @@ TEST_F(PagerTest, NoPauseInBVTModeOrWhenTheReportGoesToAFile) {
     numLines = 0;
     FILE* report = tmpfile();
     fp = report;
-    out = Captured([] {
+    out = Printed([] {
         for (int i = 0; i < 20; ++i) my_printf("x\n");
     });
     fclose(report);
@@ -227,7 +217,7 @@ TEST_F(PagerTest, NoPauseInBVTModeOrWhenTheReportGoesToAFile) {
 
 TEST_F(PagerTest, LongTextIsCutAtTheBufferSize) {
     std::string longText(3000, 'a');
-    std::string out = Captured([&] { EXPECT_EQ(0, my_printf("%s\n", longText.c_str())); });
+    std::string out = Printed([&] { EXPECT_EQ(0, my_printf("%s\n", longText.c_str())); });
     EXPECT_EQ(std::string(1023, 'a'), out);
     EXPECT_EQ(0, numLines);  // the newline was cut off with the rest
 }
@@ -253,7 +243,7 @@ TEST(GetInteger, EnterKeepsTheValueTextIsConverted) {
     StdinFrom in("\nabc\n42\n-7 apples\n\n");
     int value = 5;
     // The prompt is printed as a format without arguments.
-    EXPECT_EQ("Enter count (current = %d): ", Captured([&] { GetInteger("Enter count (current = %%d): ", &value); }));
+    EXPECT_EQ("Enter count (current = %d): ", Printed([&] { GetInteger("Enter count (current = %%d): ", &value); }));
     EXPECT_EQ(5, value);
     for (int expected : {0, 42, -7, -7}) {
         GetInteger("", &value);

@@ -8,7 +8,6 @@
 #define TARSELTEST_FAKE_LIBRARY_H
 
 #include <gtest/gtest.h>
-#include <stdarg.h>
 #include <string.h>
 
 #include <algorithm>
@@ -18,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "format.h"
 #include "tarseltest.h"
 
 struct FakeLibrary {
@@ -65,17 +65,6 @@ inline U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
     if (gFake.statuses.count(key)) return gFake.statuses[key];
     if (gFake.records.count(key)) copy(gFake.records[key], b->pData, b->dataSize);
     return 0;
-}
-
-// A documented format filled in, for expected texts.
-inline std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-inline std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
 }
 
 inline int CountOf(const std::string& s, const std::string& needle) {
