@@ -99,6 +99,19 @@ U32 Issue(_TL_LIB_CMD_PARAM_T& blk, const Outcome& o) {
     return rval;
 }
 
+// A query of one drive that fills a record; a failure prints its line.
+U32 QueryDrive(U8 cmd, U16 bvtId, void* record, U32 size, const Outcome& o) {
+    _TL_LIB_CMD_PARAM_T blk;
+    InitCmdBlock(&blk, TL_PD_CMD_TYPE, cmd);
+    blk.pdRef.deviceId = ReadDeviceId(bvtId);
+    memset(record, 0, size);
+    blk.dataSize = size;
+    blk.pData = record;
+    U32 rval = ProcessLibCommandCall(&blk);
+    if (rval != 0) Report(o, rval);
+    return rval;
+}
+
 // The common action: device id, sequence number when the command changes
 // state, the command without data, the outcome line.
 int SimpleAction(U8 cmd, U16 bvtId, bool changesState, const Outcome& o) {
@@ -131,6 +144,24 @@ U32 ReadSpareCandidate(U16* id, _KV_PD_INFO* info) {
         printf("makeSpare is not allowed on this PD. Please try again --->");
         ReadIntLine(&typed);
     }
+}
+
+// How the spare-making actions pick their drive in BVT mode: all take the
+// unconfigured list's entry at gNumUnconfPds; the global spare decrements
+// the count first; global and dedicated refuse an empty list and remember
+// the drive in gHotSpare. The asymmetry is deliberate.
+enum class BvtPick { kGlobal, kDedicated, kAttributes };
+
+U32 PickSpareDrive(U16* id, BvtPick pick) {
+    if (!gBVTMode) {
+        _KV_PD_INFO info;
+        return ReadSpareCandidate(id, &info);
+    }
+    if (pick != BvtPick::kAttributes && gNumUnconfPds <= 0) return TL_STATUS_DECLINED;
+    if (pick == BvtPick::kGlobal) --gNumUnconfPds;
+    if (!UnconfPd(gNumUnconfPds, id)) return TL_STATUS_DECLINED;
+    if (pick != BvtPick::kAttributes) gHotSpare = *id;
+    return 0;
 }
 
 const char kSpacedProgress[] = "%-25s : Progress = %0.2f ; RemainingTime in Secs = %f\n";
@@ -359,18 +390,9 @@ int GetPDProgress(void) {
     KV_CTRL_INFO ci;
     memset(&ci, 0, sizeof ci);
     GetCtrlInfoFunc(&ci);  // its status does not matter: the capability bits stay clear
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_GET_PD_PROGRESS);
-    blk.pdRef.deviceId = ReadDeviceId(gConfPdID);
     _KV_PD_PROGRESS prog;
-    memset(&prog, 0, sizeof prog);
-    blk.dataSize = sizeof prog;
-    blk.pData = &prog;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        Report({"GetPDProgress", {kDeviceInvalid}}, rval);
-        return (int)rval;
-    }
+    U32 rval = QueryDrive(TL_GET_PD_PROGRESS, gConfPdID, &prog, sizeof prog, {"GetPDProgress", {kDeviceInvalid}});
+    if (rval != 0) return (int)rval;
     bool pit = ci.adapterOperations2.supportPointInTimeProgress;
     if (prog.active.rbld) PrintProgress("Rebuild in progress", prog.rbld, pit, false);
     if (prog.active.patrol) PrintProgress("Patrol Read in progress", prog.patrol, pit, false);
@@ -402,15 +424,7 @@ int StopLocatePD(void) {
 int MakeGlobalHotspare(void) {
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_MAKE_GLOBAL_HOTSPARE);
-    if (gBVTMode) {
-        if (gNumUnconfPds <= 0) return (int)TL_STATUS_DECLINED;
-        --gNumUnconfPds;
-        if (!UnconfPd(gNumUnconfPds, &blk.pdRef.deviceId)) return (int)TL_STATUS_DECLINED;
-        gHotSpare = blk.pdRef.deviceId;
-    } else {
-        _KV_PD_INFO info;
-        if (U32 rval = ReadSpareCandidate(&blk.pdRef.deviceId, &info)) return (int)rval;
-    }
+    if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kGlobal)) return (int)rval;
     if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
     return (int)Issue(blk, {"MakeGlobalHotspare"});
 }
@@ -418,14 +432,7 @@ int MakeGlobalHotspare(void) {
 int MakeDedicatedHotspare(void) {
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_MAKE_DEDICATED_HOTSPARE);
-    if (gBVTMode) {
-        if (gNumUnconfPds <= 0) return (int)TL_STATUS_DECLINED;
-        if (!UnconfPd(gNumUnconfPds, &blk.pdRef.deviceId)) return (int)TL_STATUS_DECLINED;
-        gHotSpare = blk.pdRef.deviceId;
-    } else {
-        _KV_PD_INFO info;
-        if (U32 rval = ReadSpareCandidate(&blk.pdRef.deviceId, &info)) return (int)rval;
-    }
+    if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kDedicated)) return (int)rval;
     if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
 
     _TL_ARRAY_LIST_T arrays;
@@ -459,18 +466,10 @@ int MakeDedicatedHotspare(void) {
 }
 
 int GetDedicatedHotspareInfo(void) {
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_GET_DEDICATED_HOTSPARE_INFO);
-    blk.pdRef.deviceId = ReadDeviceId(gHotSpare);
     _KV_SPARE spare;
-    memset(&spare, 0, sizeof spare);
-    blk.dataSize = sizeof spare;
-    blk.pData = &spare;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        Report({"GetDedicatedHotspareInfo", {}, nullptr, true}, rval);
-        return (int)rval;
-    }
+    U32 rval = QueryDrive(TL_GET_DEDICATED_HOTSPARE_INFO, gHotSpare, &spare, sizeof spare,
+                          {"GetDedicatedHotspareInfo", {}, nullptr, true});
+    if (rval != 0) return (int)rval;
     puts("\nDedicated Hotspare Information");
     puts("------------------------------");
     printf("%-40s : %d\n", "Device ID", spare.ref.deviceId);
@@ -503,18 +502,9 @@ int UndoPreparePDRemoval(void) {
 }
 
 int GetLDOfPD(void) {
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_GET_LD_OF_PD);
-    blk.pdRef.deviceId = ReadDeviceId(gConfPdID);
     _TL_LD_OF_PD_T lds;
-    memset(&lds, 0, sizeof lds);
-    blk.dataSize = sizeof lds;
-    blk.pData = &lds;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        Report({"GetLDOfPD", {}, nullptr, true}, rval);
-        return (int)rval;
-    }
+    U32 rval = QueryDrive(TL_GET_LD_OF_PD, gConfPdID, &lds, sizeof lds, {"GetLDOfPD", {}, nullptr, true});
+    if (rval != 0) return (int)rval;
     PrintLDOfPD(&lds);
     return 0;
 }
@@ -594,18 +584,10 @@ int SetPDState(void) {
 int GetPDAllowedOperation(void) {
     U16 bvtId = 0;
     UnconfPd(1, &bvtId);
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_GET_PD_ALLOWED_OPERATION);
-    blk.pdRef.deviceId = ReadDeviceId(bvtId);
     _KV_PD_ALLOWED_OPS ops;
-    memset(&ops, 0, sizeof ops);
-    blk.dataSize = sizeof ops;
-    blk.pData = &ops;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        Report({"GetPDAllowedOperation", {}, nullptr, true}, rval);
-        return (int)rval;
-    }
+    U32 rval = QueryDrive(TL_GET_PD_ALLOWED_OPERATION, bvtId, &ops, sizeof ops,
+                          {"GetPDAllowedOperation", {}, nullptr, true});
+    if (rval != 0) return (int)rval;
     PrintPDAllowedOps(&ops);
     return 0;
 }
@@ -637,11 +619,8 @@ int MakeHotspare(void) {
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_MAKE_HOTSPARE);
     _KV_SPARE spare;
     memset(&spare, 0, sizeof spare);
-    if (gBVTMode) {
-        if (!UnconfPd(gNumUnconfPds, &blk.pdRef.deviceId)) return (int)TL_STATUS_DECLINED;
-    } else {
-        _KV_PD_INFO info;
-        if (U32 rval = ReadSpareCandidate(&blk.pdRef.deviceId, &info)) return (int)rval;
+    if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kAttributes)) return (int)rval;
+    if (!gBVTMode) {
         spare.isDedicated = ReadNumber("Enter if it is dedicated(0->not dedicated; 1->dedicated)") != 0;
         spare.isRevertible = ReadNumber("Enter if it is revertible(0->not revertible; 1->revertible)") != 0;
         spare.isEnclAffinity = ReadNumber("Enter if it has enclosure affinity(0->no; 1->yes)") != 0;

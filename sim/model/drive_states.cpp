@@ -57,6 +57,13 @@ U32 CheckTarget(const Drive& d) {
 
 void StopProgress(Progress& p) { p = Progress{}; }
 
+// A running rebuild ends when its drive changes state by hand.
+void AbortRebuildOf(Library& lib, Controller& c, Drive& d) {
+    if (!d.rebuild.active) return;
+    StopProgress(d.rebuild);
+    LogPdEvent(lib, c, d, kEvtPdRebuildAborted, kEvtClassWarning, "Rebuild aborted on PD " + Id(d));
+}
+
 void BeginProgress(Progress& p) {
     p = Progress{};
     p.active = true;
@@ -304,10 +311,7 @@ U32 MakeOnline(Library& lib, Controller& c, Drive& d) {
 U32 MakeOffline(Library& lib, Controller& c, Drive& d) {
     if (U32 rc = CheckTarget(d)) return rc;
     if (d.preparedForRemoval || !CanMakeOffline(c, d)) return KFI_STAT_WRONG_STATE;
-    if (d.rebuild.active) {
-        StopProgress(d.rebuild);
-        LogPdEvent(lib, c, d, kEvtPdRebuildAborted, kEvtClassWarning, "Rebuild aborted on PD " + Id(d));
-    }
+    AbortRebuildOf(lib, c, d);
     ChangeDriveState(lib, c, d, PD_OFFLINE);
     RecomputeLdStates(lib, c, ArrayOfDrive(c, d.deviceId)->ref);
     return KFI_STAT_OK;
@@ -316,10 +320,7 @@ U32 MakeOffline(Library& lib, Controller& c, Drive& d) {
 U32 FailDrive(Library& lib, Controller& c, Drive& d) {
     if (U32 rc = CheckTarget(d)) return rc;
     if (d.preparedForRemoval || !CanFail(c, d)) return KFI_STAT_WRONG_STATE;
-    if (d.rebuild.active) {
-        StopProgress(d.rebuild);
-        LogPdEvent(lib, c, d, kEvtPdRebuildAborted, kEvtClassWarning, "Rebuild aborted on PD " + Id(d));
-    }
+    AbortRebuildOf(lib, c, d);
     const U16 ref = ArrayOfDrive(c, d.deviceId)->ref;
     ChangeDriveState(lib, c, d, PD_FAILED);
     RecomputeLdStates(lib, c, ref);
