@@ -225,30 +225,30 @@ const char* const kPDLines[] = {
 
 const MenuItem kPDItems[] = {
     {1, Call<GetPDInfo>},   // GetPDInfo
-    {2, nullptr},   // MakeDriveOnline
-    {3, nullptr},   // MakeDriveOffline
-    {4, nullptr},   // ReplaceMissingPD
-    {5, nullptr},   // MarkPDMissing
-    {6, nullptr},   // Rebuild
-    {7, nullptr},   // AbortRebuild
-    {8, nullptr},   // GetPDProgress
-    {9, nullptr},   // LocatePD
-    {10, nullptr},  // StopLocatePD
-    {11, nullptr},  // MakeGlobalHotspare
-    {12, nullptr},  // MakeDedicatedHotspare
-    {13, nullptr},  // GetDedicatedHotspareInfo
-    {14, nullptr},  // RemoveHotspare
-    {15, nullptr},  // PreparePDForRemoval
-    {16, nullptr},  // UndoPreparePDRemoval
-    {17, nullptr},  // GetLDOfPD
-    {18, nullptr},  // FormatPD
-    {19, nullptr},  // AbortFormatPD
-    {20, nullptr},  // SetPDState
-    {21, nullptr},  // GetPDAllowedOperation
-    {22, nullptr},  // MakeHotspare
-    {23, nullptr},  // StartCopyback
-    {24, nullptr},  // AbortCopyback
-    {25, nullptr},  // displayDriveCurrentTemp
+    {2, Call<MakeDriveOnline>},   // MakeDriveOnline
+    {3, Call<MakeDriveOffline>},   // MakeDriveOffline
+    {4, Call<ReplaceMissingPD>},   // ReplaceMissingPD
+    {5, Call<MarkPDMissing>},   // MarkPDMissing
+    {6, Call<Rebuild>},   // Rebuild
+    {7, Call<AbortRebuild>},   // AbortRebuild
+    {8, Call<GetPDProgress>},   // GetPDProgress
+    {9, Call<LocatePD>},   // LocatePD
+    {10, Call<StopLocatePD>},  // StopLocatePD
+    {11, Call<MakeGlobalHotspare>},  // MakeGlobalHotspare
+    {12, Call<MakeDedicatedHotspare>},  // MakeDedicatedHotspare
+    {13, Call<GetDedicatedHotspareInfo>},  // GetDedicatedHotspareInfo
+    {14, Call<RemoveHotspare>},  // RemoveHotspare
+    {15, Call<PreparePDForRemoval>},  // PreparePDForRemoval
+    {16, Call<UndoPreparePDRemoval>},  // UndoPreparePDRemoval
+    {17, Call<GetLDOfPD>},  // GetLDOfPD
+    {18, Call<FormatPD>},  // FormatPD
+    {19, Call<AbortFormatPD>},  // AbortFormatPD
+    {20, Call<SetPDState>},  // SetPDState
+    {21, Call<GetPDAllowedOperation>},  // GetPDAllowedOperation
+    {22, Call<MakeHotspare>},  // MakeHotspare
+    {23, Call<StartCopyback>},  // StartCopyback
+    {24, Call<AbortCopyback>},  // AbortCopyback
+    {25, Call<displayDriveCurrentTemp>},  // displayDriveCurrentTemp
 };
 
 const GroupMenu kPDMenu = {

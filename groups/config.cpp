@@ -570,39 +570,3 @@ U32 GetArrayFreeBlocks(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks)
     *freeBlocks = perDisk * pInfo->pSlArrayInfo[arrayIndex].array.numDrives;
     return 0;
 }
-
-/* ---------------- boot partition ---------------- */
-
-int CheckForBoot(const U8* dump, U32 count) {
-    for (U32 off = 446; off < count && off <= 510; off += 16)
-        if (dump[off] == 0x80) return 1;
-    return 0;
-}
-
-int CheckDevicePartition(U16 deviceId) {
-    constexpr U32 kHeader = 64, kSector = 512;
-    U8* request = static_cast<U8*>(calloc(1, kHeader + kSector));
-    if (request == nullptr) return 0;
-    U16 target = deviceId;
-    memcpy(request + 0, &target, 2);
-    request[2] = 1;    // cmd
-    request[3] = 0;    // lun
-    request[4] = 2;    // data in
-    U16 timeout = 180;
-    memcpy(request + 8, &timeout, 2);
-    request[11] = 10;  // CDB length
-    request[12] = 0x28; // READ(10) of block 0, one block
-    request[12 + 8] = 1;
-    U32 dataSize = kSector;
-    memcpy(request + 60, &dataSize, 4);
-
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_SCSI_PASSTHRU);
-    blk.pdRef.deviceId = deviceId;
-    blk.dataSize = kHeader + kSector;
-    blk.pData = request;
-    int result = 0;
-    if (ProcessLibCommandCall(&blk) == 0) result = CheckForBoot(request + kHeader, kSector);
-    free(request);
-    return result;
-}

@@ -1,8 +1,10 @@
 // Configuration group: reading the configuration, its listing and summary,
-// the array free-space computations and the boot-partition test.
+// the array free-space computations (the builder's rules and the
+// boot-partition test are in config_rules.h).
 #ifndef TARSELTEST_CONFIG_H
 #define TARSELTEST_CONFIG_H
 
+#include "config_rules.h"
 #include "tarseltest.h"
 
 /* ---- reading ---- */
@@ -37,10 +39,6 @@ U64 LDSizeBlocks(const _KV_LD_CONFIG* ld, bool* supported);
 U32 GetArrayFreeBlocksPerDisk(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks);
 U32 GetArrayFreeBlocks(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks);
 int isArrayInLd(const _TL_ARRAY_INFO_T* pArrayInfo, U8 targetId);
-
-/* ---- boot partition test ---- */
-int CheckForBoot(const U8* dump, U32 count);
-int CheckDevicePartition(U16 deviceId);
 
 /* ---- BVT globals read and set by the listings ---- */
 extern U8 gLdID;

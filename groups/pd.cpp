@@ -34,22 +34,6 @@ int ConnectedPortFromBitmap(U8* bitmap) {
 
 constexpr U32 kStatusDeviceNotFound = 12;
 
-// Request of the SCSI passthrough command: a 64-byte header and the data.
-struct __attribute__((packed)) ScsiRequestHeader {
-    U16 targetId;
-    U8 cmd;
-    U8 lun;
-    U8 dir;
-    U8 reserved[3];
-    U16 timeout;
-    U8 scsiStatus;
-    U8 cdbLength;
-    U8 cdb[16];
-    U8 pRequestSenseData[32];
-    U32 dataSize;
-};
-static_assert(sizeof(ScsiRequestHeader) == 64, "scsi request header");
-
 constexpr U8 kLogSenseOpcode = 0x4D;
 constexpr U8 kLogSenseCurrentCumulative = 0x40;
 constexpr U32 kLogPageBytes = 32;
@@ -331,32 +315,30 @@ int GetPDInfo(void) {
 }
 
 int SCSISENSEPassthru(unsigned short devId, unsigned char PAGE, unsigned char* pData) {
-    U8 request[sizeof(ScsiRequestHeader) + kLogPageBytes];
-    memset(request, 0, sizeof request);
-    ScsiRequestHeader hdr;
-    memset(&hdr, 0, sizeof hdr);
-    hdr.targetId = devId;
-    hdr.cmd = 1;
-    hdr.lun = 0;
-    hdr.dir = 2;
-    hdr.timeout = 0;
-    hdr.cdbLength = 10;
-    hdr.cdb[0] = kLogSenseOpcode;
-    hdr.cdb[2] = (U8)(PAGE | kLogSenseCurrentCumulative);
-    hdr.cdb[7] = 0;
-    hdr.cdb[8] = (U8)kLogPageBytes;
-    hdr.dataSize = kLogPageBytes;
-    memcpy(request, &hdr, sizeof hdr);
+    constexpr U32 kBytes = TL_SCSI_PASSTHRU_HEADER_SIZE + kLogPageBytes;
+    U8 buffer[kBytes];
+    memset(buffer, 0, sizeof buffer);
+    auto* request = reinterpret_cast<_TL_SCSI_PASSTHRU_T*>(buffer);
+    request->targetId = devId;
+    request->cmd = 1;
+    request->lun = 0;
+    request->dir = 2;
+    request->timeout = 0;
+    request->cdbLength = 10;
+    request->cdb[0] = kLogSenseOpcode;
+    request->cdb[2] = (U8)(PAGE | kLogSenseCurrentCumulative);
+    request->cdb[7] = 0;
+    request->cdb[8] = (U8)kLogPageBytes;
+    request->dataSize = kLogPageBytes;
 
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_SCSI_PASSTHRU);
-    blk.dataSize = sizeof request;
+    blk.dataSize = kBytes;
     blk.pData = request;
     U32 rval = ProcessLibCommandCall(&blk);
     if (rval == 0) {
-        memcpy(&hdr, request, sizeof hdr);
-        printf("Returned SCSI status for the command : 0x%X\n", hdr.scsiStatus);
-        memcpy(pData, request + sizeof hdr, kLogPageBytes);
+        printf("Returned SCSI status for the command : 0x%X\n", request->scsiStatus);
+        memcpy(pData, request->data, kLogPageBytes);
     } else {
         printf("ProcessLibCommandCall failed!! retVal 0x%X\n", rval);
     }

@@ -12,6 +12,22 @@
 #define KV_DCMD_CTRL_MFC_DEFAULTS_GET 0x010E0201u
 #define KV_DCMD_SAS_CONNECTORS_GET 0x07030000u
 #define KV_DCMD_PD_LIST_QUERY 0x02010100u
+/* Copyback: mbox.w[0] the destination's drive reference, mbox.w[1] the
+   source's (start); mbox.w[0] the drive's reference (abort). */
+#define KV_DCMD_PD_COPYBACK_START 0x020B0100u
+#define KV_DCMD_PD_COPYBACK_ABORT 0x020B0200u
+/* Logical drive target-id query (our opcode): mbox.b[0] the query type;
+   type 2 lists the target ids that logical drives of other kinds (snapshot
+   views and repositories) hold. Data: _KV_LD_TARGETID_LIST. */
+#define KV_DCMD_LD_TARGETID_QUERY 0x03300100u
+#define KV_LD_QUERY_OTHER_KINDS 2
+
+/* ---- answer of the target-id query (260 bytes; our layout) ---- */
+typedef struct _KV_LD_TARGETID_LIST {
+    U32 count;
+    U8 targetId[255];
+    U8 reserved;
+} _KV_LD_TARGETID_LIST;
 
 /* ---- flash component ---- */
 typedef struct _KV_FLASH_COMP_INFO {
@@ -399,6 +415,7 @@ typedef struct _KV_SAS_CONNECTORS {
     _KV_SAS_CONNECTOR_INFO connectors[8];
 } _KV_SAS_CONNECTORS, KV_SAS_CONNECTORS;
 
+TL_STATIC_ASSERT(sizeof(_KV_LD_TARGETID_LIST) == 260, "target id list");
 TL_STATIC_ASSERT(sizeof(_KV_FLASH_COMP_INFO) == 72, "flash comp");
 TL_STATIC_ASSERT(sizeof(_KV_CTRL_PROP) == 64, "ctrl prop");
 TL_STATIC_ASSERT(offsetof(_KV_CTRL_PROP, rebuildRate) == 8, "prop");

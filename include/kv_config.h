@@ -410,6 +410,12 @@ typedef struct _TL_LD_OF_PD_T {
     U8 targetId[256];
 } _TL_LD_OF_PD_T;
 
+/* Arrays a dedicated hot spare serves (33 bytes). */
+typedef struct __attribute__((packed)) _TL_ARRAY_LIST_T {
+    U8 count;
+    U16 ref[16];
+} _TL_ARRAY_LIST_T;
+
 /* Drives of a logical drive: count, then one drive reference per drive. */
 typedef struct _TL_PD_IN_LD_T {
     U32 count;
@@ -562,6 +568,8 @@ TL_STATIC_ASSERT(offsetof(_TL_ARRAY_INFO_T, ldCount) == 828, "array info");
 TL_STATIC_ASSERT(offsetof(_TL_ARRAY_INFO_T, ldInfo) == 832, "array info");
 TL_STATIC_ASSERT(sizeof(_TL_LD_OF_PD_T) == 260, "ld of pd");
 TL_STATIC_ASSERT(sizeof(_TL_PD_IN_LD_T) == 1028, "pd in ld");
+TL_STATIC_ASSERT(sizeof(_TL_ARRAY_LIST_T) == 33, "array list");
+TL_STATIC_ASSERT(offsetof(_TL_ARRAY_LIST_T, ref) == 1, "array list");
 TL_STATIC_ASSERT(sizeof(_TLT_PD_INFO) == 19, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, coercedSize) == 4, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, state) == 12, "tlt pd info");

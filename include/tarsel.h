@@ -355,6 +355,25 @@ typedef struct _TL_DCMD_INPUT_T {
     void* pData;
 } _TL_DCMD_INPUT_T;
 
+/* ---- SCSI passthrough request: a 64-byte header, then the data ---- */
+typedef struct __attribute__((packed)) _TL_SCSI_PASSTHRU_T {
+    U16 targetId;
+    U8 cmd;
+    U8 lun;
+    U8 dir; /* 2: data in */
+    U8 reserved[3];
+    U16 timeout;
+    U8 scsiStatus; /* returned */
+    U8 cdbLength;
+    U8 cdb[16];
+    U8 pRequestSenseData[32];
+    U32 dataSize;
+    U8 data[1]; /* dataSize bytes */
+} _TL_SCSI_PASSTHRU_T;
+
+/* Bytes before the data of a SCSI passthrough request. */
+#define TL_SCSI_PASSTHRU_HEADER_SIZE 64
+
 #define TL_DCMD_DIR_NONE 0
 #define TL_DCMD_DIR_TO_CTRL 1
 #define TL_DCMD_DIR_FROM_CTRL 2
@@ -395,5 +414,14 @@ TL_STATIC_ASSERT(offsetof(_TL_DCMD_INPUT_T, flags) == 12, "dcmd");
 TL_STATIC_ASSERT(offsetof(_TL_DCMD_INPUT_T, mbox) == 16, "dcmd");
 TL_STATIC_ASSERT(offsetof(_TL_DCMD_INPUT_T, pData) == (sizeof(void*) == 4 ? 28 : 32), "dcmd");
 TL_STATIC_ASSERT(sizeof(_TL_DCMD_INPUT_T) == (sizeof(void*) == 4 ? 32 : 40), "dcmd size");
+
+TL_STATIC_ASSERT(sizeof(_TL_SCSI_PASSTHRU_T) == 65, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, timeout) == 8, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, scsiStatus) == 10, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, cdbLength) == 11, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, cdb) == 12, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, pRequestSenseData) == 28, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, dataSize) == 60, "scsi passthru");
+TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, data) == TL_SCSI_PASSTHRU_HEADER_SIZE, "scsi passthru");
 
 #endif

@@ -1,10 +1,14 @@
 // Drive commands of the simulated library: drive information, progress,
-// allowed operations, the logical drives of a drive, and the SCSI
-// passthrough that drives answer (log pages, first sector).
+// allowed operations, the logical drives of a drive, the drive operations
+// (state changes, rebuild, spares, removal, clear, locate, copyback) on the
+// drive state machine, and the SCSI passthrough that drives answer (log
+// pages, first sector).
 #include <algorithm>
 #include <cstring>
 
 #include "commands/registry.h"
+#include "core/dcmd.h"
+#include "model/activity.h"
 #include "model/config_records.h"
 
 namespace tarselsim {
@@ -40,10 +44,6 @@ U32 GetPdProgress(CmdContext& ctx) {
     Drive* d = AddressedDrive(ctx);
     if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
     _KV_PD_PROGRESS p = BuildPdProgress(*d);
-    if (d->copyBackActive && !d->rebuild.active) {
-        p.rbld.progress = d->rebuild.progress;
-        p.rbld.elapsedSecs = d->rebuild.seconds;
-    }
     memcpy(ctx.blk->pData, &p, sizeof p);
     return KFI_STAT_OK;
 }
@@ -76,11 +76,11 @@ size_t LogPage(const Drive& d, U8 code, U8* page, size_t room) {
     size_t len = 0;
     if (code == kSupportedPagesPage) {
         buf[0] = kSupportedPagesPage;
-        buf[3] = 2;
         buf[4] = kSupportedPagesPage;
-        buf[5] = kTemperaturePage;
-        len = 6;
-    } else if (code == kTemperaturePage) {
+        len = 5;
+        if (d.temperaturePage) buf[len++] = kTemperaturePage;
+        buf[3] = static_cast<U8>(len - 4);
+    } else if (code == kTemperaturePage && d.temperaturePage) {
         buf[0] = kTemperaturePage;
         buf[3] = 12;
         buf[6] = 0x03;
@@ -144,6 +144,123 @@ U32 ScsiPassthru(CmdContext& ctx) {
     return KFI_STAT_OK;
 }
 
+/* ---- drive operations ---- */
+
+using DriveOp = U32 (*)(CmdContext&, Drive&);
+
+// A command on one drive: the record size it carries, the device and, for
+// a state change, the sequence number are checked before the operation.
+U32 DriveCommand(CmdContext& ctx, size_t dataSize, bool checkSeqNum, DriveOp op) {
+    if (U32 rc = CheckData(ctx.blk, dataSize)) return rc;
+    Drive* d = AddressedDrive(ctx);
+    if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
+    if (checkSeqNum && ctx.blk->pdRef.seqNum != d->seqNum) return KFI_STAT_INVALID_SEQUENCE_NUMBER;
+    return op(ctx, *d);
+}
+
+template <DriveOp Op, size_t DataSize = 0>
+U32 Change(CmdContext& ctx) {
+    return DriveCommand(ctx, DataSize, true, Op);
+}
+
+template <DriveOp Op>
+U32 Query(CmdContext& ctx) {
+    return DriveCommand(ctx, 0, false, Op);
+}
+
+U32 OpOnline(CmdContext& ctx, Drive& d) { return MakeOnline(ctx.lib, *ctx.ctrl, d); }
+U32 OpOffline(CmdContext& ctx, Drive& d) { return MakeOffline(ctx.lib, *ctx.ctrl, d); }
+U32 OpMarkMissing(CmdContext& ctx, Drive& d) { return MarkMissing(ctx.lib, *ctx.ctrl, d); }
+U32 OpStartRebuild(CmdContext& ctx, Drive& d) { return StartRebuild(ctx.lib, *ctx.ctrl, d); }
+U32 OpStopRebuild(CmdContext& ctx, Drive& d) { return StopRebuild(ctx.lib, *ctx.ctrl, d); }
+U32 OpRemoveSpare(CmdContext& ctx, Drive& d) { return RemoveSpare(ctx.lib, *ctx.ctrl, d); }
+U32 OpPrepare(CmdContext& ctx, Drive& d) { return PrepareForRemoval(ctx.lib, *ctx.ctrl, d); }
+U32 OpUndoPrepare(CmdContext& ctx, Drive& d) { return UndoPrepareForRemoval(ctx.lib, *ctx.ctrl, d); }
+U32 OpClear(CmdContext& ctx, Drive& d) { return StartClear(ctx.lib, *ctx.ctrl, d); }
+U32 OpStopClear(CmdContext& ctx, Drive& d) { return StopClear(ctx.lib, *ctx.ctrl, d); }
+U32 OpStopLocate(CmdContext& ctx, Drive& d) { return StopLocate(ctx.lib, *ctx.ctrl, d); }
+U32 OpLocate(CmdContext& ctx, Drive& d) { return StartLocate(ctx.lib, *ctx.ctrl, d, ctx.blk->cmdParam_1b[0]); }
+U32 OpSetState(CmdContext& ctx, Drive& d) { return SetDriveState(ctx.lib, *ctx.ctrl, d, ctx.blk->cmdParam_2b[0]); }
+U32 OpReplaceMissing(CmdContext& ctx, Drive& d) {
+    return ReplaceMissing(ctx.lib, *ctx.ctrl, d, ctx.blk->cmdParam_2b[0], ctx.blk->cmdParam_2b[1]);
+}
+U32 OpGlobalSpare(CmdContext& ctx, Drive& d) { return MakeSpare(ctx.lib, *ctx.ctrl, d, HotSpare{}); }
+
+// The arrays of a dedicated spare: 1 to 16 references.
+U32 OpDedicatedSpare(CmdContext& ctx, Drive& d) {
+    _TL_ARRAY_LIST_T list;
+    memcpy(&list, ctx.blk->pData, sizeof list);
+    if (list.count == 0 || list.count > 16) return KFI_STAT_INVALID_PARAMETER;
+    HotSpare spare;
+    for (U8 i = 0; i < list.count; ++i) {
+        U16 ref;
+        memcpy(&ref, reinterpret_cast<const U8*>(&list.ref) + 2 * i, sizeof ref);
+        spare.arrays.push_back(ref);
+    }
+    return MakeSpare(ctx.lib, *ctx.ctrl, d, spare);
+}
+
+// A spare with attributes: dedicated (to 1 to 16 arrays), revertible,
+// enclosure affinity. The drive is the block's; the record's own reference
+// is not read.
+U32 OpSpareWithAttributes(CmdContext& ctx, Drive& d) {
+    _KV_SPARE in;
+    memcpy(&in, ctx.blk->pData, sizeof in);
+    HotSpare spare;
+    spare.revertible = in.isRevertible;
+    spare.enclAffinity = in.isEnclAffinity;
+    if (in.isDedicated) {
+        if (in.arrayCount == 0 || in.arrayCount > 16) return KFI_STAT_INVALID_PARAMETER;
+        spare.arrays.assign(in.arrayRef, in.arrayRef + in.arrayCount);
+    }
+    return MakeSpare(ctx.lib, *ctx.ctrl, d, spare);
+}
+
+U32 GetDedicatedSpareInfo(CmdContext& ctx) {
+    if (U32 rc = CheckData(ctx.blk, sizeof(_KV_SPARE))) return rc;
+    Drive* d = AddressedDrive(ctx);
+    if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
+    const HotSpare* spare = ctx.ctrl->findSpare(d->deviceId);
+    if (!spare) return KFI_STAT_WRONG_STATE;
+    _KV_SPARE r = BuildSpare(*ctx.ctrl, *spare);
+    memcpy(ctx.blk->pData, &r, sizeof r);
+    return KFI_STAT_OK;
+}
+
+// A drive reference of a direct command's mailbox word: device id in the
+// low half, sequence number in the high half.
+U32 MailboxDrive(CmdContext& ctx, U32 word, Drive** out) {
+    Drive* d = ctx.ctrl->findDrive(static_cast<U16>(word));
+    if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
+    if (static_cast<U16>(word >> 16) != d->seqNum) return KFI_STAT_INVALID_SEQUENCE_NUMBER;
+    *out = d;
+    return KFI_STAT_OK;
+}
+
+U32 CopybackStart(CmdContext& ctx, _TL_DCMD_INPUT_T& in) {
+    if (in.dataTransferLength != 0) return KFI_STAT_INVALID_PARAMETER;
+    Drive *dest = nullptr, *src = nullptr;
+    if (U32 rc = MailboxDrive(ctx, in.mbox.w[0], &dest)) return rc;
+    if (U32 rc = MailboxDrive(ctx, in.mbox.w[1], &src)) return rc;
+    return StartCopyback(ctx.lib, *ctx.ctrl, *src, *dest);
+}
+
+U32 CopybackAbort(CmdContext& ctx, _TL_DCMD_INPUT_T& in) {
+    if (in.dataTransferLength != 0) return KFI_STAT_INVALID_PARAMETER;
+    Drive* d = nullptr;
+    if (U32 rc = MailboxDrive(ctx, in.mbox.w[0], &d)) return rc;
+    return StopCopyback(ctx.lib, *ctx.ctrl, *d);
+}
+
+// Target ids held by logical drives of other kinds (query type 2).
+U32 TargetIdQuery(CmdContext& ctx, _TL_DCMD_INPUT_T& in) {
+    if (in.mbox.b[0] != KV_LD_QUERY_OTHER_KINDS) return KFI_STAT_INVALID_PARAMETER;
+    _KV_LD_TARGETID_LIST list{};
+    for (U8 id : ctx.ctrl->otherTargetIds)
+        if (list.count < sizeof list.targetId) list.targetId[list.count++] = id;
+    return DcmdCopyOut(in, &list, sizeof list);
+}
+
 } // namespace
 
 void RegisterPdCommands() {
@@ -152,6 +269,28 @@ void RegisterPdCommands() {
     RegisterCommand(TL_PD_CMD_TYPE, TL_GET_LD_OF_PD, GetLdOfPd);
     RegisterCommand(TL_PD_CMD_TYPE, TL_GET_PD_ALLOWED_OPERATION, GetPdAllowedOps);
     RegisterCommand(TL_PASSTHRU_CMD_TYPE, TL_SCSI_PASSTHRU, ScsiPassthru);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MAKE_ONLINE, Change<OpOnline>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MAKE_OFFLINE, Change<OpOffline>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_REPLACE_MISSING_PD, Change<OpReplaceMissing>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MARK_PD_MISSING, Change<OpMarkMissing>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_START_REBUILD, Change<OpStartRebuild>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_CANCEL_REBUILD, Change<OpStopRebuild>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_START_LOCATE_PD, Query<OpLocate>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_STOP_LOCATE_PD, Query<OpStopLocate>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MAKE_GLOBAL_HOTSPARE, Change<OpGlobalSpare>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MAKE_DEDICATED_HOTSPARE, Change<OpDedicatedSpare, sizeof(_TL_ARRAY_LIST_T)>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_GET_DEDICATED_HOTSPARE_INFO, GetDedicatedSpareInfo);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_REMOVE_HOTSPARE, Change<OpRemoveSpare>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_PREPARE_PD_FOR_REMOVAL, Change<OpPrepare>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_UNDO_PREPARE_PD_FOR_REMOVAL, Change<OpUndoPrepare>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_FORMAT_PD, Change<OpClear>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_ABORT_FORMAT_PD, Change<OpStopClear>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_SET_PD_STATE, Change<OpSetState>);
+    RegisterCommand(TL_PD_CMD_TYPE, TL_MAKE_HOTSPARE, Change<OpSpareWithAttributes, sizeof(_KV_SPARE)>);
+    RegisterDcmd(KV_DCMD_PD_COPYBACK_START, CopybackStart);
+    RegisterDcmd(KV_DCMD_PD_COPYBACK_ABORT, CopybackAbort);
+    RegisterDcmd(KV_DCMD_LD_TARGETID_QUERY, TargetIdQuery);
+    RegisterTicker(AdvanceDrives);
 }
 
 } // namespace tarselsim

@@ -9,11 +9,19 @@ namespace tarselsim {
 
 namespace {
 
-// Never destroyed: commands (and so tickers) can still run from the tool's
-// exit handlers, after static objects have been destroyed.
+// On the heap and released by the shared object's destructor function, like
+// the rest of the library state: commands (and so tickers) can still run
+// from the tool's exit handlers, after static objects have been destroyed.
+std::vector<Ticker>* gTickers = nullptr;
+
 std::vector<Ticker>& Tickers() {
-    static std::vector<Ticker>* tickers = new std::vector<Ticker>;
-    return *tickers;
+    if (gTickers == nullptr) gTickers = new std::vector<Ticker>;
+    return *gTickers;
+}
+
+__attribute__((destructor)) void ReleaseTickers() {
+    delete gTickers;
+    gTickers = nullptr;
 }
 
 } // namespace

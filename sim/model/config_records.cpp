@@ -53,11 +53,13 @@ _KV_PD_PROGRESS BuildPdProgress(const Drive& d) {
     p.active.rbld = d.rebuild.active;
     p.active.patrol = d.patrol.active;
     p.active.clear = d.clear.active;
-    p.active.copyBack = d.copyBackActive;
+    p.active.copyBack = d.copyBack.active;
     p.active.locate = d.locateActive;
     PutProgress(p.rbld, d.rebuild);
     PutProgress(p.patrol, d.patrol);
     PutProgress(p.clear, d.clear);
+    // A copyback reports its progress in the rebuild slot.
+    if (d.copyBack.active && !d.rebuild.active) PutProgress(p.rbld, d.copyBack);
     return p;
 }
 
@@ -126,7 +128,6 @@ _KV_PD_INFO BuildPdInfo(const Controller& c, const Drive& d) {
     r.enclIndex = d.enclIndex;
     r.slotNumber = d.slot;
     r.progInfo = BuildPdProgress(d);
-    if (d.copyBackActive && !d.rebuild.active) PutProgress(r.progInfo.rbld, d.rebuild);
     r.badBlockTableFull = 0;
     r.unusableInCurrentConfig = 0;
     r.powerState = d.powerState;
@@ -257,6 +258,8 @@ _KV_SPARE BuildSpare(const Controller& c, const HotSpare& hs) {
     const Drive* d = c.findDrive(hs.deviceId);
     s.ref.seqNum = d ? d->seqNum : 0;
     s.isDedicated = hs.dedicated;
+    s.isRevertible = hs.revertible;
+    s.isEnclAffinity = hs.enclAffinity;
     s.arrayCount = static_cast<U8>(std::min<size_t>(hs.arrays.size(), 16));
     for (size_t i = 0; i < s.arrayCount; ++i) s.arrayRef[i] = hs.arrays[i];
     return s;

@@ -1,25 +1,18 @@
 // The simulated firmware's configuration records and rules: drive, array,
-// logical-drive and configuration records built from the model, the drive
-// state machine, allowed operations, cache-policy bits and the event log.
+// logical-drive and configuration records built from the model, allowed
+// operations and cache-policy bits.
 #ifndef TARSELSIM_MODEL_CONFIG_RECORDS_H
 #define TARSELSIM_MODEL_CONFIG_RECORDS_H
 
 #include <string>
 #include <vector>
 
+#include "model/drive_states.h"
 #include "model/model.h"
 
 namespace tarselsim {
 
-/* ---- drive state machine (config_rules.cpp) ---- */
-// Whether the firmware moves a drive from one state to another.
-bool PdStateChangeAllowed(U16 from, U16 to);
-// The array that holds the drive, or null.
-const Array* ArrayOfDrive(const Controller& c, U16 deviceId);
-// The logical drives that use an array.
-std::vector<const LogicalDrive*> LdsOnArray(const Controller& c, U16 arrayRef);
-// Operations the firmware allows on a drive now.
-_KV_PD_ALLOWED_OPS PdAllowedOps(const Controller& c, const Drive& d);
+/* ---- allowed operations (config_rules.cpp; drives: drive_states.h) ---- */
 _KV_LD_ALLOWED_OPS LdAllowedOps(const Controller& c, const LogicalDrive& ld);
 // Configuration operations: bit 0 add, bit 1 clear.
 U32 ConfigAllowedOps(const Controller& c);

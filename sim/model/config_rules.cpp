@@ -1,5 +1,6 @@
-// Rules of the simulated firmware's configuration: drive state changes,
-// allowed operations, cache policy bits and array free space.
+// Rules of the simulated firmware's configuration: allowed logical drive and
+// configuration operations, cache policy bits and array free space (the
+// drive state machine is in drive_states.cpp).
 #include <algorithm>
 
 #include "model/config_records.h"
@@ -8,78 +9,10 @@ namespace tarselsim {
 
 namespace {
 
-constexpr U16 kMissing = 0xFFFF;
-
 // Cache policy bits of the logical drive record.
 constexpr U8 kWriteBack = 0x01, kReadAhead = 0x04, kAdaptive = 0x08, kBadBbu = 0x10, kCachedIo = 0x60;
 
-bool IsDisk(const Drive& d) { return d.scsiDevType == 0; }
-
 } // namespace
-
-bool PdStateChangeAllowed(U16 from, U16 to) {
-    if (from == to) return false;
-    switch (from) {
-    case PD_UNCONFIGURED_GOOD: return to == PD_UNCONFIGURED_BAD || to == PD_HOT_SPARE || to == PD_JBOD || to == PD_ONLINE;
-    case PD_UNCONFIGURED_BAD: return to == PD_UNCONFIGURED_GOOD;
-    case PD_HOT_SPARE: return to == PD_UNCONFIGURED_GOOD || to == PD_REBUILD || to == PD_COPYBACK;
-    case PD_OFFLINE: return to == PD_ONLINE || to == PD_FAILED || to == PD_REBUILD;
-    case PD_FAILED: return to == PD_UNCONFIGURED_GOOD || to == PD_UNCONFIGURED_BAD || to == PD_REBUILD || to == PD_OFFLINE;
-    case PD_REBUILD: return to == PD_ONLINE || to == PD_OFFLINE || to == PD_FAILED;
-    case PD_ONLINE: return to == PD_OFFLINE || to == PD_FAILED || to == PD_COPYBACK;
-    case PD_COPYBACK: return to == PD_ONLINE || to == PD_HOT_SPARE || to == PD_UNCONFIGURED_GOOD;
-    case PD_JBOD: return to == PD_UNCONFIGURED_GOOD;
-    default: return false;
-    }
-}
-
-const Array* ArrayOfDrive(const Controller& c, U16 deviceId) {
-    for (const Array& a : c.arrays)
-        if (std::find(a.drives.begin(), a.drives.end(), deviceId) != a.drives.end()) return &a;
-    return nullptr;
-}
-
-std::vector<const LogicalDrive*> LdsOnArray(const Controller& c, U16 arrayRef) {
-    std::vector<const LogicalDrive*> out;
-    for (const LogicalDrive& ld : c.lds)
-        if (std::find(ld.arrays.begin(), ld.arrays.end(), arrayRef) != ld.arrays.end()) out.push_back(&ld);
-    return out;
-}
-
-_KV_PD_ALLOWED_OPS PdAllowedOps(const Controller& c, const Drive& d) {
-    _KV_PD_ALLOWED_OPS ops{};
-    if (!IsDisk(d)) return ops;
-    const bool member = ArrayOfDrive(c, d.deviceId) != nullptr;
-    const U16 s = d.state;
-    ops.makeOnline = member && PdStateChangeAllowed(s, PD_ONLINE);
-    ops.makeOffline = member && PdStateChangeAllowed(s, PD_OFFLINE);
-    ops.makeFailed = member && PdStateChangeAllowed(s, PD_FAILED);
-    ops.makeBad = PdStateChangeAllowed(s, PD_UNCONFIGURED_BAD) && !member;
-    ops.makeUnconfigured = PdStateChangeAllowed(s, PD_UNCONFIGURED_GOOD) && !member;
-    ops.makeSpare = s == PD_UNCONFIGURED_GOOD && !d.foreign;
-    ops.removeSpare = s == PD_HOT_SPARE;
-    bool anyMissing = std::any_of(c.arrays.begin(), c.arrays.end(), [](const Array& a) {
-        return std::find(a.drives.begin(), a.drives.end(), kMissing) != a.drives.end();
-    });
-    ops.replaceMissing = s == PD_UNCONFIGURED_GOOD && anyMissing;
-    ops.markMissing = member && (s == PD_OFFLINE || s == PD_FAILED);
-    ops.startRebuild = member && PdStateChangeAllowed(s, PD_REBUILD);
-    ops.stopRebuild = s == PD_REBUILD;
-    ops.locate = 1;
-    ops.pdClear = s == PD_UNCONFIGURED_GOOD;
-    ops.foreignImportNotAllowed = 0;
-    bool anySpare = std::any_of(c.drives.begin(), c.drives.end(), [](const Drive& o) {
-        return o.scsiDevType == 0 && (o.state == PD_HOT_SPARE || o.state == PD_UNCONFIGURED_GOOD);
-    });
-    ops.startCopyBack = s == PD_ONLINE && anySpare;
-    ops.stopCopyBack = s == PD_COPYBACK;
-    ops.fwDownloadNotAllowed = 0;
-    ops.makeSystem = s == PD_UNCONFIGURED_GOOD && !d.foreign;
-    ops.SMARTSupported = 1;
-    ops.prepareForRemoval = (s == PD_UNCONFIGURED_GOOD || s == PD_HOT_SPARE || s == PD_UNCONFIGURED_BAD) &&
-                            !d.preparedForRemoval;
-    return ops;
-}
 
 _KV_LD_ALLOWED_OPS LdAllowedOps(const Controller&, const LogicalDrive& ld) {
     _KV_LD_ALLOWED_OPS ops{};

@@ -64,6 +64,29 @@ enum EventArgType : U8 {
 // docs/scenarios.md.
 enum EventCode : U32 {
     kEvtLdPropChange = 0x0050,
+    // Drive operations and the drive state machine.
+    kEvtLdStateChange = 0x0051,
+    kEvtPdClearAborted = 0x005E,
+    kEvtPdClearDone = 0x005F,
+    kEvtPdClearStart = 0x0061,
+    kEvtPdRebuildDone = 0x0063,
+    kEvtPdRebuildAborted = 0x0064,
+    kEvtPdRebuildProgress = 0x0067,
+    kEvtPdRebuildStart = 0x006A,
+    kEvtPdRebuildAutoStart = 0x006B,
+    kEvtPdMarkedMissing = 0x0070,
+    kEvtPdReplacedMissing = 0x0071,
+    kEvtPdStateChange = 0x0072,
+    kEvtPdSpareCreated = 0x0075,
+    kEvtPdSpareRemoved = 0x0076,
+    kEvtPdPreparedForRemoval = 0x0084,
+    kEvtPdUndoPrepare = 0x0085,
+    kEvtPdLocateStart = 0x0086,
+    kEvtPdLocateStop = 0x0087,
+    kEvtPdPatrolDone = 0x0088,
+    kEvtPdCopybackStart = 0x0091,
+    kEvtPdCopybackDone = 0x0092,
+    kEvtPdCopybackAborted = 0x0093,
 };
 
 // Appends an event to the controller's log with the next sequence number

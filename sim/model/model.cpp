@@ -29,6 +29,9 @@ constexpr StateName kDriveStates[] = {
     {PD_ONLINE, "online"},
     {PD_COPYBACK, "copyback"},
     {PD_JBOD, "jbod"},
+    {PD_SHIELD_UNCONFIGURED, "shield-unconfigured"},
+    {PD_SHIELD_HOT_SPARE, "shield-hot-spare"},
+    {PD_SHIELD_CONFIGURED, "shield-configured"},
 };
 
 constexpr const char* kLdStates[] = {"offline", "partially-degraded", "degraded", "optimal"};

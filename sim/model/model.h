@@ -26,12 +26,19 @@ enum DriveState : U16 {
     PD_ONLINE = 0x18,
     PD_COPYBACK = 0x20,
     PD_JBOD = 0x40,
+    PD_SHIELD_UNCONFIGURED = 0x80,
+    PD_SHIELD_HOT_SPARE = 0x82,
+    PD_SHIELD_CONFIGURED = 0x90,
 };
 
 struct Progress {
     bool active = false;
     U16 progress = 0; // 0..65535
     U16 seconds = 0;
+    // Exact state of a running operation on the virtual clock: the fraction
+    // done (negative until derived from `progress`) and the seconds it ran.
+    double fraction = -1;
+    double elapsed = 0;
 };
 
 struct Drive {
@@ -66,10 +73,15 @@ struct Drive {
     U16 security = 0;
     Progress rebuild, patrol, clear;
     // Drive-operation state reported in the drive record: prepared for
-    // removal, locate running, copyback (its partner; progress in the rebuild slot).
-    bool preparedForRemoval = false, locateActive = false, copyBackActive = false;
+    // removal, locate running, the partner of a copyback.
+    bool preparedForRemoval = false, locateActive = false;
     U16 copyBackPartner = 0xFFFF;
     bool bootPartition = false; // sector 0 holds a bootable partition entry
+    Progress copyBack;          // on the destination of a copyback
+    U16 stateBeforeCopyback = PD_UNCONFIGURED_GOOD; // restored when the copyback is aborted
+    double locateUntil = 0;     // virtual second the locate ends; 0: until stopped
+    bool peerOwned = false;     // owned by the peer controller of a cluster
+    bool temperaturePage = true; // keeps the temperature log page
 };
 
 struct Enclosure {
@@ -124,6 +136,8 @@ struct LogicalDrive {
 struct HotSpare {
     U16 deviceId = 0;
     bool dedicated = false;
+    bool revertible = false;
+    bool enclAffinity = false;
     std::vector<U16> arrays;
 };
 
@@ -146,6 +160,9 @@ struct Controller {
     std::vector<LogicalDrive> lds;
     std::vector<HotSpare> spares;
     U16 configSeqNum = 1;
+    // Target ids held by logical drives of other kinds (snapshot views and
+    // repositories), answered by the target-id query.
+    std::vector<U8> otherTargetIds;
     // The controller's event log, oldest first; seqNum grows by one per event.
     struct Event {
         U32 seqNum = 0;

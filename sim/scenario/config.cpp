@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "model/drive_states.h"
 #include "scenario/build.h"
 
 namespace tarselsim {
@@ -13,6 +14,12 @@ namespace tarselsim {
 namespace {
 
 constexpr U16 kMissing = 0xFFFF;
+
+// A drive state by its scenario name, or as a number when it has none.
+std::string StateText(U16 state) {
+    const char* name = DriveStateName(state);
+    return name ? name : std::to_string(state);
+}
 
 std::string Mb(U64 blocks) { return std::to_string(blocks >> 11) + " MB"; }
 
@@ -50,24 +57,6 @@ unsigned DataDrives(U8 prl, unsigned n) {
     }
 }
 
-// Severity of a span's state: 0 optimal, 1 partially degraded, 2 degraded, 3 offline.
-int SpanSeverity(U8 prl, unsigned drives, unsigned bad) {
-    if (bad == 0) return 0;
-    switch (prl) {
-    case 0: return 3;
-    case 1: return bad >= drives ? 3 : 2;
-    case 17: return bad > 1 ? 3 : 2;
-    case 5: return bad > 1 ? 3 : 2;
-    case 6: return bad > 2 ? 3 : bad == 2 ? 2 : 1;
-    default: return 3;
-    }
-}
-
-U8 StateOfSeverity(int s) {
-    static const U8 states[] = {3, 1, 2, 0};
-    return states[s];
-}
-
 U8 Policy(TableReader& t, const char* key, U8 def, std::initializer_list<std::pair<const char*, U8>> names) {
     const Node* n = t.get(key);
     if (!n) return def;
@@ -82,7 +71,8 @@ U8 Policy(TableReader& t, const char* key, U8 def, std::initializer_list<std::pa
 }
 
 bool IsMemberState(U16 s) {
-    return s == PD_ONLINE || s == PD_OFFLINE || s == PD_FAILED || s == PD_REBUILD || s == PD_COPYBACK;
+    return s == PD_ONLINE || s == PD_OFFLINE || s == PD_FAILED || s == PD_REBUILD || s == PD_COPYBACK ||
+           s == PD_SHIELD_CONFIGURED;
 }
 
 struct ConfigBuilder {
@@ -121,7 +111,7 @@ struct ConfigBuilder {
             auto st = ctx.stateNodes.find(id);
             if (st == ctx.stateNodes.end()) d->state = PD_ONLINE;
             else if (!IsMemberState(d->state))
-                Fail(*st->second, "drive " + std::to_string(id) + " is in " + what + " but its state is " + DriveStateName(d->state));
+                Fail(*st->second, "drive " + std::to_string(id) + " is in " + what + " but its state is " + StateText(d->state));
             if (d->state == PD_REBUILD && !d->rebuild.active) d->rebuild.active = true;
             smallest = std::min(smallest, d->coercedSize);
             a.drives.push_back(id);
@@ -225,16 +215,8 @@ struct ConfigBuilder {
         ld.encryption = static_cast<U8>(t.integer("encryption", 0, 0, 255));
         ld.isSSCD = t.boolean("ssd_cache", false);
 
-        int severity = 0;
-        for (Array* a : arrays) {
-            unsigned bad = 0;
-            for (U16 id : a->drives) {
-                const Drive* d = id == kMissing ? nullptr : c.findDrive(id);
-                if (!d || (d->state != PD_ONLINE && d->state != PD_COPYBACK)) ++bad;
-            }
-            severity = std::max(severity, SpanSeverity(ld.raidLevel, static_cast<unsigned>(a->drives.size()), bad));
-        }
-        ld.state = StateOfSeverity(severity);
+        ld.piType = static_cast<U8>(t.integer("protection_type", 0, 0, 3));
+        ld.state = LdStateFromMembers(c, ld);
         if (const Node* st = t.get("state")) {
             std::string s = TableReader::AsString(*st, "'state'", 32);
             auto code = LdStateFromName(s);
@@ -269,8 +251,8 @@ struct ConfigBuilder {
         if (memberOf.count(hs.deviceId)) Fail(dn, what + ": the drive is a member of array " + std::to_string(memberOf[hs.deviceId]));
         if (c.findSpare(hs.deviceId)) Fail(dn, what + ": listed twice");
         auto st = ctx.stateNodes.find(hs.deviceId);
-        if (st != ctx.stateNodes.end() && d->state != PD_HOT_SPARE)
-            Fail(*st->second, "drive " + std::to_string(hs.deviceId) + " is a hot spare but its state is " + DriveStateName(d->state));
+        if (st != ctx.stateNodes.end() && d->state != PD_HOT_SPARE && d->state != PD_SHIELD_HOT_SPARE)
+            Fail(*st->second, "drive " + std::to_string(hs.deviceId) + " is a hot spare but its state is " + StateText(d->state));
         if (const Node* an = t.get("arrays")) {
             if (an->kind != Node::Kind::Array) Fail(*an, what + ": 'arrays' must list array refs");
             for (const Node& item : an->items) {
@@ -281,11 +263,15 @@ struct ConfigBuilder {
             if (hs.arrays.size() > 16) Fail(*an, what + ": at most 16 arrays");
         }
         hs.dedicated = !hs.arrays.empty();
+        const bool revertible = t.boolean("revertible", false);
+        const bool enclAffinity = t.boolean("enclosure_affinity", false);
         t.finish();
         size_t same = std::count_if(c.spares.begin(), c.spares.end(), [&](const HotSpare& s) { return s.dedicated == hs.dedicated; });
         U16 limit = hs.dedicated ? c.info.maxDedHSPs : c.info.maxGlobalHSPs;
         if (limit && same >= limit) Fail(n, what + ": more hot spares than the controller allows");
-        d->state = PD_HOT_SPARE;
+        if (st == ctx.stateNodes.end()) d->state = PD_HOT_SPARE;
+        hs.revertible = revertible;
+        hs.enclAffinity = enclAffinity;
         c.spares.push_back(hs);
     }
 };
@@ -307,8 +293,9 @@ void ReadConfiguration(TableReader& t, Controller& c, BuildContext& ctx) {
     for (const auto& [id, node] : ctx.stateNodes) {
         const Drive* d = c.findDrive(id);
         if (!d || b.memberOf.count(id) || c.findSpare(id)) continue;
-        if (d->state != PD_UNCONFIGURED_GOOD && d->state != PD_UNCONFIGURED_BAD && d->state != PD_JBOD)
-            Fail(*node, "drive " + std::to_string(id) + " is " + DriveStateName(d->state) + " but belongs to no array or spare list");
+        if (d->state != PD_UNCONFIGURED_GOOD && d->state != PD_UNCONFIGURED_BAD && d->state != PD_JBOD &&
+            d->state != PD_SHIELD_UNCONFIGURED)
+            Fail(*node, "drive " + std::to_string(id) + " is " + StateText(d->state) + " but belongs to no array or spare list");
     }
 }
 

@@ -378,6 +378,12 @@ void ReadControllerIdentity(TableReader& t, Controller& c) {
     i.clusterPermitted = t.boolean("cluster_permitted", false) ? 1 : 0;
     i.clusterActive = t.boolean("cluster_active", false) ? 1 : 0;
     i.lockKeyBinding = static_cast<U8>(t.integer("lock_key_binding", 0, 0, 4));
+    if (const Node* ids = t.get("other_target_ids")) {
+        if (ids->kind != Node::Kind::Array || ids->items.size() > 255)
+            Fail(*ids, "'other_target_ids' must be an array of at most 255 target ids");
+        for (const Node& item : ids->items)
+            c.otherTargetIds.push_back(static_cast<U8>(TableReader::AsInteger(item, "a target id", 0, 255)));
+    }
     if (const Node* n = t.table("limits")) ReadLimits(*n, i);
     if (const Node* n = t.table("capabilities")) ReadCapabilities(*n, i);
     if (const Node* n = t.table("pds_for_raid_levels")) ReadPdsForRaidLevels(*n, i);

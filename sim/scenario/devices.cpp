@@ -128,10 +128,15 @@ void ReadDrive(const Node& n, Controller& c, BuildContext& ctx, std::set<U16>& i
     if (const Node* v = t.get("link_speed")) d.linkSpeed = Speed(*v, "'link_speed'");
     else d.linkSpeed = d.deviceSpeed;
     if (const Node* v = t.get("state")) {
-        std::string s = TableReader::AsString(*v, "'state'", 32);
-        auto code = DriveStateFromName(s);
-        if (!code) Fail(*v, what + ": unknown state '" + s + "'");
-        d.state = *code;
+        if (v->kind == Node::Kind::Integer) {
+            // A raw state word: any value the firmware could report.
+            d.state = static_cast<U16>(TableReader::AsInteger(*v, "'state'", 0, 0xFFFF));
+        } else {
+            std::string s = TableReader::AsString(*v, "'state'", 32);
+            auto code = DriveStateFromName(s);
+            if (!code) Fail(*v, what + ": unknown state '" + s + "'");
+            d.state = *code;
+        }
         ctx.stateNodes[d.deviceId] = v;
     }
     if (const Node* v = t.get("power_state")) d.powerState = Choice(*v, "'power_state'", {{"active", 0}, {"stopped", 1}, {"transitioning", 255}});
@@ -143,6 +148,10 @@ void ReadDrive(const Node& n, Controller& c, BuildContext& ctx, std::set<U16>& i
     d.exposedToHost = t.boolean("exposed_to_host", false);
     d.security = static_cast<U16>(t.integer("security", 0, 0, 0xFFFF));
     d.seqNum = static_cast<U16>(t.integer("seq_num", 1, 0, 0xFFFF));
+    d.bootPartition = t.boolean("boot_partition", false);
+    d.locateActive = t.boolean("locate", false);
+    d.peerOwned = t.boolean("peer_owned", false);
+    d.temperaturePage = t.boolean("temperature_page", true);
     ReadProgress(t, "rebuild", d.rebuild);
     ReadProgress(t, "patrol", d.patrol);
     ReadProgress(t, "clear", d.clear);

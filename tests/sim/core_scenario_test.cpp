@@ -10,6 +10,8 @@
 #include <string>
 
 #include "../../sim/core/clock.cpp"
+#include "../../sim/model/drive_states.cpp"
+#include "../../sim/model/events.cpp"
 #include "../../sim/model/model.cpp"
 #include "../../sim/scenario/config.cpp"
 #include "../../sim/scenario/controller.cpp"
