@@ -135,6 +135,23 @@ int ReadIntLine(int* value) {
     return 1;
 }
 
+void ReadWordLine(char* out, size_t size) {
+    FlushPrompt();
+    // White space before the word is skipped, line ends included.
+    int c;
+    do {
+        c = getchar();
+        if (c == EOF) ExitApp();
+    } while (isspace(c));
+    size_t n = 0;
+    for (; c != EOF && !isspace(c); c = getchar())
+        if (n + 1 < size) out[n++] = static_cast<char>(c);
+    if (size > 0) out[n] = '\0';
+    // The rest of the line is discarded; end of input here ends only the
+    // discard (the next read ends the program).
+    while (c != '\n' && c != EOF) c = getchar();
+}
+
 int HexDump(FILE* stream, const U8* bytes, U32 length) {
     for (U32 i = 0; i < length; ++i) {
         if (i % 16 == 0) fputc('\n', stream);

@@ -11,9 +11,11 @@
 
 #include "tarseltest.h"
 #include "controller.h"
+#include "ctrl_ops.h"
 #include "config.h"
 #include "ld.h"
 #include "pd.h"
+#include "system.h"
 
 namespace {
 
@@ -109,10 +111,10 @@ const MenuItem kSystemItems[] = {
          const int family = SelectedFamily();
          GetLibraryVersion(family < 0 ? 0 : family);
      }},
-    {6, nullptr},   // GetSystemHealth
-    {7, nullptr},   // GetLibParameters
-    {8, nullptr},   // SetLibParameters
-    {9, nullptr},   // GetPartitionInfo
+    {6, Call<GetSystemHealth>},   // GetSystemHealth
+    {7, Call<GetLibParameters>},   // GetLibParameters
+    {8, Call<SetLibParameters>},   // SetLibParameters
+    {9, Call<GetPartitionInfo>},   // GetPartitionInfo
     {10, nullptr},  // AutoReRegisterAEN
     {11, nullptr},  // RegisterForAENInThread
     {12, nullptr},  // GetSystemSnapshot
@@ -157,36 +159,36 @@ const MenuItem kControllerItems[] = {
     {3, Call<SetCtrlProperties>},   // SetCtrlProperties
     {4, Call<GetPDList>},   // GetPDList
     {5, Call<GetEnclList>},   // GetEnclList
-    {6, nullptr},   // GetTopology
-    {7, nullptr},   // GetAlarm
-    {8, nullptr},   // EnableAlarm
-    {9, nullptr},   // DisableAlarm
-    {10, nullptr},  // SilenceAlarm
-    {11, nullptr},  // FlashCtrlFirmware
+    {6, Call<GetTopology>},   // GetTopology
+    {7, Call<GetAlarm>},   // GetAlarm
+    {8, Call<EnableAlarm>},   // EnableAlarm
+    {9, Call<DisableAlarm>},   // DisableAlarm
+    {10, Call<SilenceAlarm>},  // SilenceAlarm
+    {11, Call<FlashCtrlFirmware>},  // FlashCtrlFirmware
     {12, Call<GetPCIInfo>},  // GetPCIInfo
     {13, [] { GetLDDistribution(1); }},  // GetLDDistribution(1)
     {14, Call<GetLDList>},  // GetLDList
-    {15, nullptr},  // GetPatrolReadStatusInfo
-    {16, nullptr},  // GetPatrolReadProperties
-    {17, nullptr},  // SetPatrolReadProperties
-    {18, nullptr},  // StartPatrolReadOperation
-    {19, nullptr},  // StopPatrolReadOperation
+    {15, Call<GetPatrolReadStatusInfo>},  // GetPatrolReadStatusInfo
+    {16, Call<GetPatrolReadProperties>},  // GetPatrolReadProperties
+    {17, Call<SetPatrolReadProperties>},  // SetPatrolReadProperties
+    {18, Call<StartPatrolReadOperation>},  // StartPatrolReadOperation
+    {19, Call<StopPatrolReadOperation>},  // StopPatrolReadOperation
     {20, Call<GetDriverVersion>},  // GetDriverVersion
-    {21, nullptr},  // SetRebuildRate
-    {22, nullptr},  // GetCtrlHealth
+    {21, Call<SetRebuildRate>},  // SetRebuildRate
+    {22, Call<GetCtrlHealth>},  // GetCtrlHealth
     {23, Call<GetPDDistribution>},  // GetPDDistribution
-    {24, nullptr},  // StartSelfCheckDiagnostics
-    {25, nullptr},  // GetAllLDsAllowedOperation
+    {24, Call<StartSelfCheckDiagnostics>},  // StartSelfCheckDiagnostics
+    {25, Call<GetAllLDsAllowedOperation>},  // GetAllLDsAllowedOperation
     {26, nullptr},  // GetMFCDefaults
     {27, nullptr},  // GetSasMux
     {28, nullptr},  // SetSasMux
     {29, nullptr},  // DisplayPhyErrorInfo
-    {30, nullptr},  // GetCCScheduleStatus
-    {31, nullptr},  // GetCCScheduleProperties
-    {32, nullptr},  // SetCCScheduleProperties
+    {30, Call<GetCCScheduleStatus>},  // GetCCScheduleStatus
+    {31, Call<GetCCScheduleProperties>},  // GetCCScheduleProperties
+    {32, Call<SetCCScheduleProperties>},  // SetCCScheduleProperties
     {33, nullptr},  // GetMFCManufacturingInfo
     {34, nullptr},  // GetMFCManufacturingInfo2
-    {35, nullptr},  // FlashPDFirmware
+    {35, Call<FlashPDFirmware>},  // FlashPDFirmware
     {36, [] { puts("\nUnsupported for now."); }},  // FlashPDFirmwareSTP
     {37, nullptr},  // GetPinnedCacheList
     {38, nullptr},  // DiscardPinnedCache

@@ -36,6 +36,9 @@ U32 GetExtLDDistribution(U8 istargetId);
 U32 GetExtPDDistribution(void);
 U32 GetPCIInfo(void);
 
+/* True when the Korvane library runs out of band (its list's mode byte is 2). */
+bool KorvaneOutOfBand(void);
+
 /* BVT globals filled by the distribution listings. */
 extern U32 gOSDriveNum;
 extern U32 gLdNumber;

@@ -49,8 +49,6 @@ std::string FieldText(const char* field, size_t width) { return std::string(fiel
 // was received.
 U32 Bounded(U32 count, U32 capacity) { return count < capacity ? count : capacity; }
 
-bool KorvaneOutOfBand() { return gCtrlListKV.flags == TL_CTRL_LIST_OOB_MODE; }
-
 // The connectors that a device-list entry may name: the table's count, kept
 // to the eight entries of the record.
 U32 ConnectorCount(const KV_SAS_CONNECTORS& c) { return Bounded(c.count, 8); }
@@ -224,6 +222,8 @@ const char* EnclTypeText(U8 type) {
 }
 
 }  // namespace
+
+bool KorvaneOutOfBand(void) { return gCtrlListKV.flags == TL_CTRL_LIST_OOB_MODE; }
 
 U32 GetPDListFunc(KV_PD_LIST* list, U32 size) {
     memset(list, 0, size);

@@ -66,22 +66,6 @@ void CopyName(char* out, const char* name) {
 
 float Percent(U16 progress) { return (float)progress / 65535.0f * 100.0f; }
 
-// One word typed by the operator (at most 15 characters, the rest of the
-// word and of the line are dropped).
-void ReadWord(char* out, size_t size) {
-    size_t n = 0;
-    int c;
-    do {
-        c = ReadChar();
-    } while (c == ' ' || c == '\t' || c == '\n' || c == '\r');
-    while (c != ' ' && c != '\t' && c != '\n' && c != '\r') {
-        if (n + 1 < size) out[n++] = (char)c;
-        c = ReadChar();
-    }
-    out[n] = '\0';
-    while (c != '\n') c = ReadChar();
-}
-
 void PrintSeqAndPolicies(const _KV_LD_PROPERTIES* p) {
     char name[17];
     CopyName(name, p->name);
@@ -498,7 +482,7 @@ int SetLDProperties(void) {
     memset(&props, 0, sizeof props);
     if (!gBVTMode) {
         printf("Enter Logical Drive Name --->");
-        ReadWord(props.name, sizeof props.name);
+        ReadWordLine(props.name, sizeof props.name);
     }
 
     if (korvane) {

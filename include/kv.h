@@ -487,5 +487,6 @@ TL_STATIC_ASSERT(sizeof(_KV_SAS_CONNECTORS) == 168, "connectors");
 /* Records of the device lists and of drives, arrays and logical drives. */
 #include "kv_devices.h"
 #include "kv_config.h"
+#include "kv_ops.h"
 
 #endif

@@ -424,4 +424,7 @@ TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, pRequestSenseData) == 28, "scsi p
 TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, dataSize) == 60, "scsi passthru");
 TL_STATIC_ASSERT(offsetof(_TL_SCSI_PASSTHRU_T, data) == TL_SCSI_PASSTHRU_HEADER_SIZE, "scsi passthru");
 
+/* Records of the controller operations and the system services. */
+#include "tarsel_ops.h"
+
 #endif

@@ -112,6 +112,11 @@ int InterpretTime(U32 time, char* buffer);
    the number when one that fits an int was read; returns 0 and leaves the
    value unchanged otherwise. End of input before a number: ExitApp. */
 int ReadIntLine(int* value);
+/* Read one word like scanf "%s" followed by flush_input: white space and
+   blank lines before it are skipped, at most size-1 characters of the word
+   are kept, and the rest of the word and of the line are discarded. End of
+   input before a word: ExitApp. */
+void ReadWordLine(char* out, size_t size);
 /* Read one character (getchar); end of input: ExitApp. */
 int ReadChar(void);
 /* Flush standard output before a read so prompts show through a pipe. */

@@ -3,6 +3,8 @@
 #include "event.h"
 #include "kfistat.h"
 #include "kv.h"
+#include "sata.h"
+#include "smp.h"
 #include "tarsel.h"
 
 int main() { return 0; }
