@@ -7,6 +7,7 @@
 #include "commands/registry.h"
 #include "core/clock.h"
 #include "core/dcmd.h"
+#include "model/ctrl_ops.h"
 
 namespace tarselsim {
 
@@ -125,6 +126,8 @@ KV_CTRL_INFO BuildCtrlInfo(const Library& lib, const Controller& c) {
         if (d.predFailCount > 0) ++predFail;
         if (d.state == PD_FAILED || d.state == PD_UNCONFIGURED_BAD) ++failed;
     }
+    // The controller is ready to take a prepared drive firmware download.
+    if (DownloadReady(c)) info.adapterStatus.supportPdFwDownload = 1;
     info.ldPresentCount = static_cast<U16>(c.lds.size());
     info.ldDegradedCount = ldDegraded;
     info.ldOfflineCount = ldOffline;

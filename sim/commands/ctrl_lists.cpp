@@ -122,14 +122,6 @@ U32 GetEnclList(CmdContext& ctx) {
     return KFI_STAT_OK;
 }
 
-// Logical drives in target-id order, as the OS enumerates them.
-std::vector<const LogicalDrive*> LdsByTarget(const Controller& c) {
-    std::vector<const LogicalDrive*> v;
-    for (const LogicalDrive& ld : c.lds) v.push_back(&ld);
-    std::sort(v.begin(), v.end(), [](const LogicalDrive* a, const LogicalDrive* b) { return a->targetId < b->targetId; });
-    return v;
-}
-
 U32 GetLdList(CmdContext& ctx) {
     if (U32 rc = CheckData(ctx.blk, sizeof(KV_LD_LIST))) return rc;
     std::vector<U8> buffer(sizeof(KV_LD_LIST), 0);
@@ -306,6 +298,14 @@ U32 GetPciInfo(CmdContext& ctx) {
 }
 
 } // namespace
+
+// Logical drives in target-id order, as the OS enumerates them.
+std::vector<const LogicalDrive*> LdsByTarget(const Controller& c) {
+    std::vector<const LogicalDrive*> v;
+    for (const LogicalDrive& ld : c.lds) v.push_back(&ld);
+    std::sort(v.begin(), v.end(), [](const LogicalDrive* a, const LogicalDrive* b) { return a->targetId < b->targetId; });
+    return v;
+}
 
 void RegisterCtrlListCommands() {
     RegisterCommand(TL_CTRL_CMD_TYPE, TL_GET_PD_LIST, GetPdList);

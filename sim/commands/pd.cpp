@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "commands/ctrl_ops_internal.h"
 #include "commands/registry.h"
 #include "core/dcmd.h"
 #include "model/activity.h"
@@ -111,6 +112,8 @@ U32 ScsiPassthru(CmdContext& ctx) {
     memcpy(&target, req + kOffTarget, 2);
     const Drive* d = ctx.ctrl->findDrive(target);
     if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
+    // Drive firmware download pieces go to the download state machine.
+    if (IsFirmwareDownloadCdb(req + kOffCdb)) return FirmwareDownloadScsi(ctx, target, req, dataSize);
     U8* data = req + kScsiHeader;
     const U8* cdb = req + kOffCdb;
     memset(data, 0, dataSize);

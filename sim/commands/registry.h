@@ -38,6 +38,8 @@ void RegisterCtrlCommands();
 void RegisterPdCommands();
 void RegisterLdCommands();
 void RegisterConfigCommands();
+// Controller operations and system services (ctrl_ops.cpp and the files it registers).
+void RegisterCtrlOpsCommands();
 
 } // namespace tarselsim
 

@@ -55,6 +55,7 @@ void RegisterAll() {
     RegisterPdCommands();
     RegisterLdCommands();
     RegisterConfigCommands();
+    RegisterCtrlOpsCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed

@@ -290,7 +290,7 @@ _KV_PD_ALLOWED_OPS PdAllowedOps(const Controller& c, const Drive& d) {
     bool anyDest = std::any_of(c.drives.begin(), c.drives.end(), [&c](const Drive& o) { return CanCopybackTo(c, o); });
     ops.startCopyBack = CanCopybackFrom(c, d) && anyDest;
     ops.stopCopyBack = d.copyBack.active;
-    ops.fwDownloadNotAllowed = 0;
+    ops.fwDownloadNotAllowed = d.fwDownloadNotAllowed;
     ops.makeSystem = IsFree(d);
     ops.SMARTSupported = 1;
     ops.prepareForRemoval = CanPrepareForRemoval(c, d);

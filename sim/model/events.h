@@ -87,6 +87,26 @@ enum EventCode : U32 {
     kEvtPdCopybackStart = 0x0091,
     kEvtPdCopybackDone = 0x0092,
     kEvtPdCopybackAborted = 0x0093,
+    // Controller operations: flashing, drive firmware, patrol read, the
+    // consistency-check schedule, the alarm and the self-check.
+    kEvtFlashDownloaded = 0x0300,
+    kEvtCtrlReset = 0x0301,
+    kEvtPdFwDownloaded = 0x0302,
+    kEvtPdFwDownloadFailed = 0x0303,
+    kEvtPatrolStarted = 0x0304,
+    kEvtPatrolCompleted = 0x0306,
+    kEvtPatrolAborted = 0x0307,
+    kEvtPatrolPropChange = 0x0308,
+    kEvtCcScheduleStarted = 0x0309,
+    kEvtCcScheduleLdDone = 0x030A,
+    kEvtCcScheduleCompleted = 0x030B,
+    kEvtCcSchedulePropChange = 0x030C,
+    kEvtAlarmEnabled = 0x030D,
+    kEvtAlarmDisabled = 0x030E,
+    kEvtAlarmSilenced = 0x030F,
+    kEvtSelfCheckStarted = 0x0310,
+    kEvtSelfCheckPassed = 0x0311,
+    kEvtSelfCheckFailed = 0x0312,
 };
 
 // Appends an event to the controller's log with the next sequence number

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kv.h"
+#include "model/ctrl_state.h"
 #include "tarsel.h"
 
 namespace tarselsim {
@@ -82,6 +83,7 @@ struct Drive {
     double locateUntil = 0;     // virtual second the locate ends; 0: until stopped
     bool peerOwned = false;     // owned by the peer controller of a cluster
     bool temperaturePage = true; // keeps the temperature log page
+    bool fwDownloadNotAllowed = false; // the firmware refuses microcode downloads to this drive
 };
 
 struct Enclosure {
@@ -178,6 +180,8 @@ struct Controller {
     // Out-of-band address (channel, device) at which the controller answers
     // when its library runs out of band; -1: it answers at any address.
     int oobChannel = -1, oobDevice = -1;
+    // Flashing, downloads, topology, patrol read, CC schedule, alarm, self-check, partitions.
+    CtrlOpsState ops;
 
     Drive* findDrive(U16 id);
     Enclosure* findEnclosure(U16 id);
@@ -234,6 +238,7 @@ struct Library {
     std::string scenarioName;         // as resolved (preset name or file path)
     VirtualClock clock;
     double modelTime = 0;             // virtual second the model was last advanced to (activity.h)
+    LibParameters libParameters;      // TL_GET_LIB_PARAMETERS / TL_SET_LIB_PARAMETERS
 
     // By the low 24 bits; only controllers this library reports (see visible).
     Controller* findController(U32 ctrlId);

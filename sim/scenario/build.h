@@ -38,6 +38,11 @@ Node GenerateTables(const Node& gen, int family, U8 coercionMode);
 // configuration.
 void ReadConfiguration(TableReader& t, Controller& c, BuildContext& ctx);
 
+// The controller-operation tables (topology, firmware, patrol_read,
+// cc_schedule, diagnostics, health, partitions) and their defaults
+// (ctrl_ops.cpp). Read after the configuration: they name logical drives.
+void ReadControllerOps(TableReader& t, Controller& c, int family);
+
 // Blocks of a drive after the controller's coercion: raw size less the
 // reserved metadata area, rounded down as the family's coercion mode says.
 void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);

@@ -126,6 +126,7 @@ Controller ReadController(const Node& n, int family, std::set<U32>& ids) {
         ReadDevices(t, c, ctx);
         ReadConfiguration(t, c, ctx);
     }
+    ReadControllerOps(t, c, family);
     t.finish();
     c.info.properties = c.props;
     return c;

@@ -15,6 +15,7 @@
 #include "../../sim/model/model.cpp"
 #include "../../sim/scenario/config.cpp"
 #include "../../sim/scenario/controller.cpp"
+#include "../../sim/scenario/ctrl_ops.cpp"
 #include "../../sim/scenario/devices.cpp"
 #include "../../sim/scenario/generate.cpp"
 #include "../../sim/scenario/loader.cpp"
