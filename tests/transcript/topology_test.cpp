@@ -304,7 +304,6 @@ TEST(Topology, DisabledPhysAndDirectDrives) {
     d.Layout();
     std::string expected = Oracle{d, {}, {}}.Walk();
     // The disabled PHY's line runs on into the next PHY's header.
-    EXPECT_NE(expected.find("\t\tPHY0:\n\t\tPhy is disabled.\t\tPHY1:\n"), std::string::npos);
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {expected})) << r.out;
 }
 
