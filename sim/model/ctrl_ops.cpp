@@ -164,8 +164,9 @@ void PatrolTicker(Library& lib, double from, double to) {
     for (Controller& c : lib.controllers) {
         PatrolReadState& pr = c.ops.patrol;
         KV_PR_PROPERTIES& p = pr.props;
+        EnsurePatrolScheduled(lib, c);
         double t = from;
-        for (int guard = 0; guard < kMaxEventsPerTick && t < to; ++guard) {
+        for (int guard = 0; guard < kMaxEventsPerTick; ++guard) {
             const bool active = pr.status.state == KV_PR_STATE_ACTIVE;
             if (pr.nextClear >= 0 && pr.nextClear <= t) {
                 memcpy(p.lastPdMap, p.curPdMap, sizeof p.lastPdMap);
@@ -184,6 +185,7 @@ void PatrolTicker(Library& lib, double from, double to) {
                 if (!drives.empty()) BeginPatrolCycle(lib, c, std::move(drives));
                 continue;
             }
+            if (t >= to) break;
             double limit = to;
             if (pr.nextClear > t) limit = std::min(limit, pr.nextClear);
             if (!active && autoMode && startAt > t) limit = std::min(limit, startAt);
@@ -244,8 +246,9 @@ void CcTicker(Library& lib, double from, double to) {
         CcScheduleState& cc = c.ops.cc;
         KV_CC_SCHEDULE_PROPERTIES& p = cc.props;
         if (!cc.supported) continue;
+        EnsureCcScheduled(lib, c);
         double t = from;
-        for (int guard = 0; guard < kMaxEventsPerTick && t < to; ++guard) {
+        for (int guard = 0; guard < kMaxEventsPerTick; ++guard) {
             const bool active = cc.status.state == KV_CC_STATE_ACTIVE;
             if (cc.nextClear >= 0 && cc.nextClear <= t) {
                 p.lastLdMap = p.curLdMap;
@@ -269,6 +272,7 @@ void CcTicker(Library& lib, double from, double to) {
                 }
                 continue;
             }
+            if (t >= to) break;
             double limit = to;
             if (cc.nextClear > t) limit = std::min(limit, cc.nextClear);
             if (!active && scheduled && startAt > t) limit = std::min(limit, startAt);
