@@ -335,13 +335,15 @@ void RegisterCtrlOpsTickers() {
     RegisterTicker(FlashTicker);
 }
 
+// A schedule without a first run yet gets one execFreq seconds after the
+// controller started, and its first clear clearFreq seconds after it: the
+// times do not depend on when the schedule is first looked at.
 void EnsurePatrolScheduled(Library& lib, Controller& c) {
     PatrolReadState& pr = c.ops.patrol;
     KV_PR_PROPERTIES& p = pr.props;
-    const double now = VirtualSecondsNow(lib);
     if (p.opMode == KV_PR_OPMODE_AUTO && p.nextExec == 0 && p.execFreq > 0 && pr.status.state != KV_PR_STATE_ACTIVE)
-        p.nextExec = FirmwareOf(lib, now + p.execFreq);
-    if (pr.nextClear < 0 && p.clearFreq > 0) pr.nextClear = now + p.clearFreq;
+        p.nextExec = FirmwareOf(lib, p.execFreq);
+    if (pr.nextClear < 0 && p.clearFreq > 0) pr.nextClear = p.clearFreq;
 }
 
 U32 StartPatrolRead(Library& lib, Controller& c) {
@@ -372,10 +374,9 @@ U32 StopPatrolRead(Library& lib, Controller& c) {
 void EnsureCcScheduled(Library& lib, Controller& c) {
     CcScheduleState& cc = c.ops.cc;
     KV_CC_SCHEDULE_PROPERTIES& p = cc.props;
-    const double now = VirtualSecondsNow(lib);
     if (p.opMode != KV_CC_OPMODE_DISABLED && p.nextExec == 0 && p.execFreq > 0 && cc.status.state != KV_CC_STATE_ACTIVE)
-        p.nextExec = FirmwareOf(lib, now + p.execFreq);
-    if (cc.nextClear < 0 && p.clearFreq > 0) cc.nextClear = now + p.clearFreq;
+        p.nextExec = FirmwareOf(lib, p.execFreq);
+    if (cc.nextClear < 0 && p.clearFreq > 0) cc.nextClear = p.clearFreq;
 }
 
 void SetCcSchedule(Library& lib, Controller& c, const KV_CC_SCHEDULE_PROPERTIES& in) {
