@@ -14,38 +14,6 @@
 
 namespace {
 
-// Replaces standard input with the given text for the lifetime of the
-// object; the text is followed by end of input.
-class StdinFrom {
-public:
-    explicit StdinFrom(const std::string& text) {
-        fflush(stdout);
-        // A closed standard input would hand its descriptor to the file
-        // below and lose it again; hold the place first.
-        if (fcntl(0, F_GETFD) < 0) open("/dev/null", O_RDONLY);
-        saved_ = dup(0);
-        FILE* tmp = tmpfile();
-        fwrite(text.data(), 1, text.size(), tmp);
-        fflush(tmp);
-        rewind(tmp);
-        dup2(fileno(tmp), 0);
-        fclose(tmp);
-        __fpurge(stdin);
-        clearerr(stdin);
-    }
-    ~StdinFrom() {
-        dup2(saved_, 0);
-        close(saved_);
-        __fpurge(stdin);
-        clearerr(stdin);
-    }
-    StdinFrom(const StdinFrom&) = delete;
-    StdinFrom& operator=(const StdinFrom&) = delete;
-
-private:
-    int saved_;
-};
-
 // What is left unread on standard input.
 std::string RestOfInput() {
     std::string rest;

@@ -7,8 +7,11 @@
 #ifndef TARSELTEST_FAKE_LIBRARY_H
 #define TARSELTEST_FAKE_LIBRARY_H
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stdio_ext.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <functional>
@@ -91,6 +94,38 @@ std::string Printed(F body) {
     fflush(stdout);
     return testing::internal::GetCapturedStdout();
 }
+
+// Replaces standard input with the given text for the lifetime of the
+// object; the text is followed by end of input.
+class StdinFrom {
+public:
+    explicit StdinFrom(const std::string& text) {
+        fflush(stdout);
+        // A closed standard input would hand its descriptor to the file
+        // below and lose it again; hold the place first.
+        if (fcntl(0, F_GETFD) < 0) open("/dev/null", O_RDONLY);
+        saved_ = dup(0);
+        FILE* tmp = tmpfile();
+        fwrite(text.data(), 1, text.size(), tmp);
+        fflush(tmp);
+        rewind(tmp);
+        dup2(fileno(tmp), 0);
+        fclose(tmp);
+        __fpurge(stdin);
+        clearerr(stdin);
+    }
+    ~StdinFrom() {
+        dup2(saved_, 0);
+        close(saved_);
+        __fpurge(stdin);
+        clearerr(stdin);
+    }
+    StdinFrom(const StdinFrom&) = delete;
+    StdinFrom& operator=(const StdinFrom&) = delete;
+
+private:
+    int saved_;
+};
 
 // Fixture: the fake answers for every variant; the merged list holds a
 // Korvane (entry 0), a PX (1), a PX2 (2) and a PX3 (3) controller, entry 0
