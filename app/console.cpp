@@ -97,15 +97,30 @@ void GetInteger(const char* prompt, int* value) {
     *value = atoi(buffer);
 }
 
-int ReadIntLine(int* value) {
-    FlushPrompt();
-    // White space before the number is skipped, line ends included, so a
-    // blank line is not an answer: the read goes on to the next line.
+namespace {
+
+// The first character after white space (line ends included, so a blank
+// line is not an answer); end of input before it: ExitApp.
+int SkipSpace() {
     int c;
     do {
         c = getchar();
         if (c == EOF) ExitApp();
     } while (isspace(c));
+    return c;
+}
+
+// Discards the rest of the line after `c`; end of input here ends only
+// the discard (the next read ends the program).
+void DiscardLine(int c) {
+    while (c != '\n' && c != EOF) c = getchar();
+}
+
+}  // namespace
+
+int ReadIntLine(int* value) {
+    FlushPrompt();
+    int c = SkipSpace();
 
     bool negative = false;
     if (c == '+' || c == '-') {
@@ -125,10 +140,7 @@ int ReadIntLine(int* value) {
     }
     if (negative) n = -n;
     if (n > INT_MAX) inRange = false;
-
-    // The rest of the line is discarded; end of input here ends only the
-    // discard (the next read ends the program).
-    while (c != '\n' && c != EOF) c = getchar();
+    DiscardLine(c);
 
     if (!digits || !inRange) return 0;
     *value = static_cast<int>(n);
@@ -137,19 +149,12 @@ int ReadIntLine(int* value) {
 
 void ReadWordLine(char* out, size_t size) {
     FlushPrompt();
-    // White space before the word is skipped, line ends included.
-    int c;
-    do {
-        c = getchar();
-        if (c == EOF) ExitApp();
-    } while (isspace(c));
+    int c = SkipSpace();
     size_t n = 0;
     for (; c != EOF && !isspace(c); c = getchar())
         if (n + 1 < size) out[n++] = static_cast<char>(c);
     if (size > 0) out[n] = '\0';
-    // The rest of the line is discarded; end of input here ends only the
-    // discard (the next read ends the program).
-    while (c != '\n' && c != EOF) c = getchar();
+    DiscardLine(c);
 }
 
 int HexDump(FILE* stream, const U8* bytes, U32 length) {

@@ -27,9 +27,7 @@ constexpr U32 kMinScheduleFreq = 3600;          // one hour
 constexpr U32 kMaxScheduleFreq = 365u * 86400u; // one year
 
 void LogCtrl(CmdContext& ctx, U32 code, S8 cls, const std::string& text) {
-    U8 args[96] = {};
-    memcpy(args, text.data(), std::min(text.size(), sizeof args - 1));
-    LogEvent(ctx.lib, *ctx.ctrl, code, kEvtLocaleCtrl, cls, kEvtArgStr, args, sizeof args, text);
+    LogTextEvent(ctx.lib, *ctx.ctrl, code, kEvtLocaleCtrl, cls, text);
 }
 
 bool AlarmPresent(const Controller& c) { return c.info.hwPresent.alarm != 0; }

@@ -13,6 +13,7 @@
 #include "core/clock.h"
 #include "core/dcmd.h"
 #include "model/ctrl_ops.h"
+#include "model/drive_states.h"
 #include "model/events.h"
 #include "model/flash_image.h"
 #include "sata.h"
@@ -48,20 +49,6 @@ U32 FlashStatus(int family, U32 imageType, FlashFault f) {
 void SetField(char* dst, size_t width, const std::string& s) {
     memset(dst, 0, width);
     memcpy(dst, s.data(), std::min(width, s.size()));
-}
-
-void LogCtrlText(Library& lib, Controller& c, U32 code, S8 cls, const std::string& text) {
-    U8 args[96] = {};
-    memcpy(args, text.data(), std::min(text.size(), sizeof args - 1));
-    LogEvent(lib, c, code, kEvtLocaleCtrl, cls, kEvtArgStr, args, sizeof args, text);
-}
-
-void LogDriveEvent(Library& lib, Controller& c, U32 code, S8 cls, const Drive& d, const std::string& text) {
-    U8 args[96] = {};
-    memcpy(args, &d.deviceId, 2);
-    args[2] = d.enclIndex;
-    args[3] = d.slot;
-    LogEvent(lib, c, code, kEvtLocalePd, cls, kEvtArgPd, args, sizeof args, text);
 }
 
 // Keeps a downloaded component as pending, replacing a pending one of the
@@ -110,7 +97,7 @@ U32 FlashCtrl(CmdContext& ctx) {
     AddPending(c.info, img);
     if (!img.packageVersion.empty()) c.ops.flash.pendingPackage = img.packageVersion;
     c.ops.flash.flashedAt = VirtualSecondsNow(ctx.lib);
-    LogCtrlText(ctx.lib, c, kEvtFlashDownloaded, kEvtClassInfo, "Flash image downloaded: " + img.version);
+    LogTextEvent(ctx.lib, c, kEvtFlashDownloaded, kEvtLocaleCtrl, kEvtClassInfo, "Flash image downloaded: " + img.version);
     return KFI_STAT_OK;
 }
 
@@ -182,13 +169,13 @@ bool FinishDownload(CmdContext& ctx, Drive& d) {
     ok = ok && (img.vendor.empty() || img.vendor == d.vendor) && (img.product.empty() || img.product == d.product);
     dl = PdDownload{};
     if (!ok) {
-        LogDriveEvent(ctx.lib, c, kEvtPdFwDownloadFailed, kEvtClassWarning, d,
+        LogPdEvent(ctx.lib, c, d, kEvtPdFwDownloadFailed, kEvtClassWarning,
                       "PD " + std::to_string(d.deviceId) + " refused the firmware image");
         return false;
     }
     std::string old = d.revision;
     d.revision = img.revision;
-    LogDriveEvent(ctx.lib, c, kEvtPdFwDownloaded, kEvtClassInfo, d,
+    LogPdEvent(ctx.lib, c, d, kEvtPdFwDownloaded, kEvtClassInfo,
                   "PD " + std::to_string(d.deviceId) + " firmware updated from " + old + " to " + img.revision);
     return true;
 }

@@ -16,6 +16,7 @@
 #include "kfistat.h"
 #include "model/activity.h"
 #include "model/config_records.h"
+#include "model/drive_states.h"
 #include "model/events.h"
 
 namespace tarselsim {
@@ -38,20 +39,6 @@ U32 FirmwareOf(const Library& lib, double virtualSecond) {
     if (t <= 0) return 0;
     if (t >= 4294967295.0) return 0xFFFFFFFEu;
     return static_cast<U32>(t);
-}
-
-void LogText(Library& lib, Controller& c, U32 code, U16 locale, S8 cls, const std::string& text) {
-    U8 args[96] = {};
-    memcpy(args, text.data(), std::min(text.size(), sizeof args - 1));
-    LogEvent(lib, c, code, locale, cls, kEvtArgStr, args, sizeof args, text);
-}
-
-void LogDrive(Library& lib, Controller& c, U32 code, S8 cls, const Drive& d, const std::string& text) {
-    U8 args[96] = {};
-    memcpy(args, &d.deviceId, 2);
-    args[2] = d.enclIndex;
-    args[3] = d.slot;
-    LogEvent(lib, c, code, kEvtLocalePd, cls, kEvtArgPd, args, sizeof args, text);
 }
 
 void LogLd(Library& lib, Controller& c, U32 code, S8 cls, U8 targetId, const std::string& text) {
@@ -152,7 +139,7 @@ void BeginPatrolCycle(Library& lib, Controller& c, std::vector<U16> drives) {
     pr.pending = std::move(drives);
     pr.running.clear();
     pr.done.clear();
-    LogText(lib, c, kEvtPatrolStarted, kEvtLocalePd, kEvtClassInfo, "Patrol Read started");
+    LogTextEvent(lib, c, kEvtPatrolStarted, kEvtLocalePd, kEvtClassInfo, "Patrol Read started");
 }
 
 void ClearPatrolProgress(Controller& c) {
@@ -211,7 +198,7 @@ void PatrolTicker(Library& lib, double from, double to) {
                     if (pr.status.numPdDone < 255) ++pr.status.numPdDone;
                     if (Drive* d = c.findDrive(id)) {
                         d->patrol = Progress{};
-                        LogDrive(lib, c, kEvtPdPatrolDone, kEvtClassInfo, *d,
+                        LogPdEvent(lib, c, *d, kEvtPdPatrolDone, kEvtClassInfo,
                                  "Patrol Read complete on PD " + std::to_string(id));
                     }
                 });
@@ -221,7 +208,7 @@ void PatrolTicker(Library& lib, double from, double to) {
             }
             pr.status.state = KV_PR_STATE_READY;
             ++pr.status.numIteration;
-            LogText(lib, c, kEvtPatrolCompleted, kEvtLocalePd, kEvtClassInfo, "Patrol Read complete");
+            LogTextEvent(lib, c, kEvtPatrolCompleted, kEvtLocalePd, kEvtClassInfo, "Patrol Read complete");
             t = end;
         }
     }
@@ -268,7 +255,7 @@ void CcTicker(Library& lib, double from, double to) {
                     cc.pending = std::move(lds);
                     cc.running.clear();
                     cc.done.clear();
-                    LogText(lib, c, kEvtCcScheduleStarted, kEvtLocaleLd, kEvtClassInfo, "Scheduled consistency check started");
+                    LogTextEvent(lib, c, kEvtCcScheduleStarted, kEvtLocaleLd, kEvtClassInfo, "Scheduled consistency check started");
                 }
                 continue;
             }
@@ -307,7 +294,7 @@ void CcTicker(Library& lib, double from, double to) {
             }
             cc.status.state = KV_CC_STATE_READY;
             ++cc.status.numIteration;
-            LogText(lib, c, kEvtCcScheduleCompleted, kEvtLocaleLd, kEvtClassInfo, "Scheduled consistency check complete");
+            LogTextEvent(lib, c, kEvtCcScheduleCompleted, kEvtLocaleLd, kEvtClassInfo, "Scheduled consistency check complete");
             t = end;
         }
     }
@@ -328,6 +315,12 @@ void FlashTicker(Library& lib, double, double to) {
 }
 
 } // namespace
+
+void LogTextEvent(Library& lib, Controller& c, U32 code, U16 locale, S8 eventClass, const std::string& text) {
+    U8 args[96] = {};
+    memcpy(args, text.data(), std::min(text.size(), sizeof args - 1));
+    LogEvent(lib, c, code, locale, eventClass, kEvtArgStr, args, sizeof args, text);
+}
 
 void RegisterCtrlOpsTickers() {
     RegisterTicker(PatrolTicker);
@@ -367,7 +360,7 @@ U32 StopPatrolRead(Library& lib, Controller& c) {
     pr.running.clear();
     pr.done.clear();
     pr.status.state = KV_PR_STATE_ABORTED;
-    LogText(lib, c, kEvtPatrolAborted, kEvtLocalePd, kEvtClassWarning, "Patrol Read aborted");
+    LogTextEvent(lib, c, kEvtPatrolAborted, kEvtLocalePd, kEvtClassWarning, "Patrol Read aborted");
     return KFI_STAT_OK;
 }
 
@@ -391,7 +384,7 @@ void SetCcSchedule(Library& lib, Controller& c, const KV_CC_SCHEDULE_PROPERTIES&
     if (p.clearFreq != oldClear) cc.nextClear = p.clearFreq > 0 ? VirtualSecondsNow(lib) + p.clearFreq : -1;
     if (cc.status.state != KV_CC_STATE_ACTIVE)
         cc.status.state = p.opMode == KV_CC_OPMODE_DISABLED ? KV_CC_STATE_NOT_STARTED : KV_CC_STATE_READY;
-    LogText(lib, c, kEvtCcSchedulePropChange, kEvtLocaleLd, kEvtClassInfo, "Consistency check schedule changed");
+    LogTextEvent(lib, c, kEvtCcSchedulePropChange, kEvtLocaleLd, kEvtClassInfo, "Consistency check schedule changed");
 }
 
 void ActivatePendingFlash(Library& lib, Controller& c, const std::string& why) {
@@ -416,7 +409,7 @@ void ActivatePendingFlash(Library& lib, Controller& c, const std::string& why) {
     }
     f.pendingPackage.clear();
     f.flashedAt = -1;
-    LogText(lib, c, kEvtCtrlReset, kEvtLocaleCtrl, kEvtClassInfo, why);
+    LogTextEvent(lib, c, kEvtCtrlReset, kEvtLocaleCtrl, kEvtClassInfo, why);
 }
 
 bool DownloadReady(const Controller& c) { return c.ops.download.active && c.ops.download.ready; }

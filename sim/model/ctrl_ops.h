@@ -15,6 +15,10 @@ namespace tarselsim {
 // flash activation and download readiness (once, at load).
 void RegisterCtrlOpsTickers();
 
+/* ---- events ---- */
+// Logs an event whose argument is its text (string argument).
+void LogTextEvent(Library& lib, Controller& c, U32 code, U16 locale, S8 eventClass, const std::string& text);
+
 /* ---- patrol read ---- */
 // Fills the schedule's first run when it has none yet (nextExec 0).
 void EnsurePatrolScheduled(Library& lib, Controller& c);

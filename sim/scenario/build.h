@@ -5,7 +5,9 @@
 #include "model/model.h"
 #include "scenario/node.h"
 
+#include <initializer_list>
 #include <map>
+#include <utility>
 
 namespace tarselsim {
 
@@ -49,6 +51,10 @@ void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);
 
 // Adds the SES device through which an enclosure itself is addressed.
 void AddEnclosureDevice(Controller& c, const Enclosure& e);
+
+// A name from a fixed list, or a raw number (0-255); anything else is
+// refused with the value's position (devices.cpp).
+U8 Choice(const Node& n, const char* what, std::initializer_list<std::pair<const char*, U8>> names);
 
 // Default SAS address of a drive from its device id.
 U64 DefaultDriveSasAddress(U16 deviceId);

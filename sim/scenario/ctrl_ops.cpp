@@ -14,17 +14,6 @@ namespace {
 constexpr U32 kWeek = 7u * 86400u;
 constexpr U32 kFourWeeks = 4u * kWeek;
 
-U8 Named(const Node& n, const char* what, std::initializer_list<std::pair<const char*, U8>> names) {
-    if (n.kind == Node::Kind::Integer) return static_cast<U8>(TableReader::AsInteger(n, what, 0, 255));
-    std::string s = TableReader::AsString(n, what, 32);
-    std::string list;
-    for (const auto& [name, code] : names) {
-        if (s == name) return code;
-        list += list.empty() ? name : std::string(", ") + name;
-    }
-    Fail(n, std::string(what) + " must be one of " + list + " or a number");
-}
-
 // An array of logical-drive target ids that must exist.
 U8 ReadExcluded(TableReader& t, const Controller& c, U16* ids) {
     const Node* n = t.get("excluded_lds");
@@ -49,7 +38,7 @@ void ReadTopology(TableReader& parent, Controller& c) {
         for (const Node& item : d->items) s.disabledPhys.push_back(static_cast<U8>(TableReader::AsInteger(item, "a PHY number", 0, 15)));
     }
     if (const Node* r = t.get("link_rate"))
-        s.linkRate = Named(*r, "'link_rate'", {{"1.5G", SMP_LINK_RATE_1_5G}, {"3G", SMP_LINK_RATE_3G},
+        s.linkRate = Choice(*r, "'link_rate'", {{"1.5G", SMP_LINK_RATE_1_5G}, {"3G", SMP_LINK_RATE_3G},
                                               {"6G", SMP_LINK_RATE_6G}, {"12G", SMP_LINK_RATE_12G}});
     if (const Node* h = t.get("hostile")) {
         s.hostile = TableReader::AsString(*h, "'hostile'", 16);
@@ -79,7 +68,7 @@ void ReadPatrolRead(TableReader& parent, Controller& c) {
     if (n) {
         TableReader t(*n, "patrol_read");
         if (const Node* m = t.get("mode"))
-            p.opMode = Named(*m, "'mode'", {{"auto", KV_PR_OPMODE_AUTO}, {"manual", KV_PR_OPMODE_MANUAL},
+            p.opMode = Choice(*m, "'mode'", {{"auto", KV_PR_OPMODE_AUTO}, {"manual", KV_PR_OPMODE_MANUAL},
                                            {"disabled", KV_PR_OPMODE_DISABLED}});
         p.maxPD = static_cast<U8>(t.integer("max_pd", p.maxPD, 1, 255));
         p.options = static_cast<U8>(t.integer("options", 0, 0, 1));
@@ -110,7 +99,7 @@ void ReadCcSchedule(TableReader& parent, Controller& c, int family) {
         TableReader t(*n, "cc_schedule");
         cc.supported = t.boolean("supported", cc.supported);
         if (const Node* m = t.get("mode"))
-            p.opMode = Named(*m, "'mode'", {{"disabled", KV_CC_OPMODE_DISABLED}, {"sequential", KV_CC_OPMODE_SEQUENTIAL},
+            p.opMode = Choice(*m, "'mode'", {{"disabled", KV_CC_OPMODE_DISABLED}, {"sequential", KV_CC_OPMODE_SEQUENTIAL},
                                            {"concurrent", KV_CC_OPMODE_CONCURRENT}});
         p.maxLds = static_cast<U8>(t.integer("max_lds", p.maxLds, 1, 64));
         p.execFreq = static_cast<U32>(t.integer("exec_freq_hours", p.execFreq / 3600, 1, 8760)) * 3600u;
@@ -174,7 +163,7 @@ void ReadPartitions(TableReader& parent, Controller& c) {
         pt.targetId = static_cast<U8>(TableReader::AsInteger(tid, "'target_id'", 0, 255));
         if (!c.findLD(pt.targetId)) Fail(tid, "no logical drive with target id " + std::to_string(pt.targetId));
         if (const Node* s = t.get("style"))
-            pt.style = Named(*s, "'style'", {{"mbr", TL_PARTITION_STYLE_MBR}, {"gpt", TL_PARTITION_STYLE_GPT},
+            pt.style = Choice(*s, "'style'", {{"mbr", TL_PARTITION_STYLE_MBR}, {"gpt", TL_PARTITION_STYLE_GPT},
                                              {"raw", TL_PARTITION_STYLE_RAW}});
         auto entries = t.tables("entries");
         if (entries.size() > TL_MAX_GPT_PARTITIONS) Fail(*t.get("entries"), "at most 128 partitions");

@@ -23,18 +23,6 @@ U8 EnclosureType(const Node& n) {
     Fail(n, "'type' must be unknown, safte, ses, sgpio or a number");
 }
 
-// A name from a fixed list, or a raw number.
-U8 Choice(const Node& n, const char* what, std::initializer_list<std::pair<const char*, U8>> names) {
-    if (n.kind == Node::Kind::Integer) return static_cast<U8>(TableReader::AsInteger(n, what, 0, 255));
-    std::string s = TableReader::AsString(n, what, 32);
-    std::string list;
-    for (const auto& [name, code] : names) {
-        if (s == name) return code;
-        list += list.empty() ? name : std::string(", ") + name;
-    }
-    Fail(n, std::string(what) + " must be one of " + list + " or a number");
-}
-
 U8 Speed(const Node& n, const char* what) {
     return Choice(n, what, {{"unknown", 0}, {"1.5G", 1}, {"3G", 2}, {"6G", 3}, {"12G", 4}});
 }
@@ -162,6 +150,17 @@ void ReadDrive(const Node& n, Controller& c, BuildContext& ctx, std::set<U16>& i
 }
 
 } // namespace
+
+U8 Choice(const Node& n, const char* what, std::initializer_list<std::pair<const char*, U8>> names) {
+    if (n.kind == Node::Kind::Integer) return static_cast<U8>(TableReader::AsInteger(n, what, 0, 255));
+    std::string s = TableReader::AsString(n, what, 32);
+    std::string list;
+    for (const auto& [name, code] : names) {
+        if (s == name) return code;
+        list += list.empty() ? name : std::string(", ") + name;
+    }
+    Fail(n, std::string(what) + " must be one of " + list + " or a number");
+}
 
 U64 DefaultDriveSasAddress(U16 deviceId) {
     return 0x5000C500A3B40000ULL + (static_cast<U64>(deviceId) << 4) + 1;
