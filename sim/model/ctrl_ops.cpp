@@ -351,6 +351,11 @@ U32 StartPatrolRead(Library& lib, Controller& c) {
     return KFI_STAT_OK;
 }
 
+bool PatrolCycleOwns(const Controller& c, U16 deviceId) {
+    const std::vector<U16>& r = c.ops.patrol.running;
+    return c.ops.patrol.status.state == KV_PR_STATE_ACTIVE && std::find(r.begin(), r.end(), deviceId) != r.end();
+}
+
 U32 StopPatrolRead(Library& lib, Controller& c) {
     PatrolReadState& pr = c.ops.patrol;
     if (pr.props.opMode == KV_PR_OPMODE_DISABLED) return KFI_STAT_PR_DISABLED;

@@ -26,6 +26,9 @@ void EnsurePatrolScheduled(Library& lib, Controller& c);
 // (wrong state 50 while active, 29 during a reconstruction, 39 disabled,
 // 88 no drive to read).
 U32 StartPatrolRead(Library& lib, Controller& c);
+// Whether a drive is being read by the controller's patrol read cycle: the
+// cycle moves its progress (the drive's own patrol stepping leaves it alone).
+bool PatrolCycleOwns(const Controller& c, U16 deviceId);
 // Stops an active cycle (aborted); 39 when patrol read is disabled, 50 when
 // no cycle runs.
 U32 StopPatrolRead(Library& lib, Controller& c);

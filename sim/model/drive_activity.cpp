@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "model/ctrl_ops.h"
 #include "model/drive_states.h"
 #include "model/events.h"
 
@@ -96,7 +97,7 @@ void AdvanceDrive(Library& lib, Controller& c, Drive& d, double from, double to)
         d.clear = Progress{};
         LogPdEvent(lib, c, d, kEvtPdClearDone, kEvtClassInfo, "Clear complete on PD " + std::to_string(d.deviceId));
     }
-    if (d.patrol.active &&
+    if (d.patrol.active && !PatrolCycleOwns(c, d.deviceId) &&
         Step(d.patrol, static_cast<double>(d.coercedSize), RateSpeed(c.props.patrolReadRate), seconds, pit)) {
         d.patrol = Progress{};
         LogPdEvent(lib, c, d, kEvtPdPatrolDone, kEvtClassInfo, "Patrol Read complete on PD " + std::to_string(d.deviceId));

@@ -6,11 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "../../sim/model/flash_image.cpp"
-#include "../transcript/controller_scenario.h"
 #include "kfistat.h"
 #include "sata.h"
 #include "simlib.h"
@@ -20,6 +21,14 @@ using tarselsim::CheckDriveImage;
 using tarselsim::ImageCheck;
 
 namespace {
+
+// The controller tests' own scenario (beside the transcript tests).
+std::string CtrlScenario() {
+    std::ifstream in(TARSEL_SOURCE_DIR "/tests/transcript/controller.toml");
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
 
 struct Lib {
     Lib(int family, const std::string& name, const std::string& text) : lib(family, WriteTempFile(name + ".toml", text)) {
@@ -77,7 +86,7 @@ TEST(SimImages, ChecksOfBothFormats) {
 }
 
 TEST(SimFlash, StatusesByFamilyAndActivationOnReset) {
-    Lib kv(0, "flash-kv", ctrltest::CtrlScenario());
+    Lib kv(0, "flash-kv", CtrlScenario());
     std::vector<U8> img = CtrlImage();
     std::vector<U8> bad = img;
     bad[500] ^= 1;
@@ -143,7 +152,7 @@ std::string Revision(Lib& l, U16 id) {
 }
 
 TEST(SimDownload, PrepareChecksTheParameters) {
-    Lib l(0, "dl-prepare", ctrltest::CtrlScenario());
+    Lib l(0, "dl-prepare", CtrlScenario());
     EXPECT_EQ(Prepare(l, 12, 3, 70000, 121), (U32)KFI_STAT_INVALID_PARAMETER);
     EXPECT_EQ(Prepare(l, 12, 2, 70000), (U32)KFI_STAT_INVALID_PARAMETER);  // three pieces, or one
     EXPECT_EQ(Prepare(l, 12, 1, 0), (U32)KFI_STAT_INVALID_PARAMETER);
@@ -158,7 +167,7 @@ TEST(SimDownload, PrepareChecksTheParameters) {
 }
 
 TEST(SimDownload, PiecesMustArriveInOrderAndCompleteAValidImage) {
-    Lib l(0, "dl-order", ctrltest::CtrlScenario());
+    Lib l(0, "dl-order", CtrlScenario());
     std::vector<U8> img = DriveImageBytes("N010", 70000);
     _TL_SCSI_PASSTHRU_T h{};
     EXPECT_EQ(WriteBuffer(l, 12, 7, 0, img.data(), 32768, &h), (U32)KFI_STAT_SCSI_DONE_WITH_ERROR);  // not prepared
@@ -185,7 +194,7 @@ TEST(SimDownload, PiecesMustArriveInOrderAndCompleteAValidImage) {
 }
 
 TEST(SimDownload, StpRegisterFisChangesTheRevisionOfASataDrive) {
-    Lib l(0, "dl-stp", ctrltest::CtrlScenario());
+    Lib l(0, "dl-stp", CtrlScenario());
     std::vector<U8> img = DriveImageBytes("TN09", 8192);
     auto send = [&](const std::vector<U8>& image, U8 target, std::vector<U8>* resp) {
         std::vector<U8> req(60 + image.size(), 0);
@@ -229,7 +238,7 @@ struct Snapshot {
 
 Snapshot RunFor(const std::string& name, int pieces, U32 seconds) {
     // Both schedules run first 300 s after the start (821788500).
-    std::string text = "[clock]\nmode = \"fixed\"\n" + ctrltest::CtrlScenario() +
+    std::string text = "[clock]\nmode = \"fixed\"\n" + CtrlScenario() +
                        "[korvane.controllers.patrol_read]\nmax_pd = 3\nseconds_per_drive = 70\nclear_freq = 900\n"
                        "next_exec = 821788500\n"
                        "[korvane.controllers.cc_schedule]\nmode = \"sequential\"\nseconds_per_ld = 25\n"

@@ -6,12 +6,32 @@
 
 #include <stdint.h>
 
+#include <fstream>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "controller_support.h"
 
 namespace ctrltest {
+
+// The controller tests' own scenario (controller.toml beside the tests) as
+// text, so that tables can follow it.
+inline std::string CtrlScenario() {
+    std::ifstream in(std::string(TARSEL_SOURCE_DIR) + "/tests/transcript/controller.toml");
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// A drive table in enclosure `encl`.
+inline std::string CtrlDrive(int id, int encl, int slot, const char* iface, const char* media, const char* speed,
+                             const std::string& addresses) {
+    return F("[[korvane.controllers.drives]]\ndevice_id = %d\nenclosure = %d\nslot = %d\ninterface = \"%s\"\n"
+             "media = \"%s\"\nsize_mb = 1144641\ndevice_speed = \"%s\"\nsas_addresses = [%s]\n",
+             id, encl, slot, iface, media, speed, addresses.c_str());
+}
 
 inline void PutLE(std::string& s, size_t at, uint64_t v, int bytes) {
     for (int i = 0; i < bytes; ++i) s[at + i] = static_cast<char>((v >> (8 * i)) & 0xFF);

@@ -34,7 +34,7 @@ std::string ZeroMap() {
 }
 
 TEST(Alarm, StatesAndTexts) {
-    RunResult r = RunCtrl("7\n\n9\n\n7\n\n8\n\n10\n\n7\n\n", "", Mirror());
+    RunResult r = RunCtrl("7\n\n9\n\n7\n\n8\n\n10\n\n7\n\n", Mirror());
     EXPECT_TRUE(ContainsInOrder(r.out, {"Alarm Enabled\n", "DisableAlarm : ProcessLibCommandCall successful\n",
                                         "Alarm Disabled\n", "EnableAlarm : ProcessLibCommandCall successful\n",
                                         "SilenceAlarm : ProcessLibCommandCall successful\n", "Alarm Enabled\n"}))
@@ -43,7 +43,7 @@ TEST(Alarm, StatesAndTexts) {
     EXPECT_TRUE(ContainsInOrder(r.out, {"No alarm hardware present\n", "No Alarm Hardware present\n",
                                         "No Alarm Hardware present\n", "No Alarm Hardware present\n"}))
         << r.out;
-    r = RunCtrl("7\n\n8\n\n", "", KorvaneScenario("", "", Fault(1, 7, 0x800A) + Fault(1, 8, 0x15)));
+    r = RunCtrl("7\n\n8\n\n", KorvaneScenario("", "", Fault(1, 7, 0x800A) + Fault(1, 8, 0x15)));
     EXPECT_TRUE(ContainsInOrder(r.out, {"Invalid controller\n", "EnableAlarm : ProcessLibCommandCall failed; rval = 0x15\n"}))
         << r.out;
 }
@@ -51,7 +51,7 @@ TEST(Alarm, StatesAndTexts) {
 TEST(PatrolRead, UndefinedStateAndPropertiesReport) {
     std::string tables = "[korvane.controllers.patrol_read]\nstate = 3\niterations = 7\nmode = \"manual\"\nmax_pd = 4\n"
                          "excluded_lds = [1, 2]\nexec_freq = 3600\nclear_freq = 7200\nnext_exec = 821791800\n";
-    RunResult r = RunCtrl("15\n\n16\n\n", "", CtrlScenario() + tables);
+    RunResult r = RunCtrl("15\n\n16\n\n", CtrlScenario() + tables);
     std::string expected = "\nPatrol Read Properties\n----------------------\n" + F("%-60s : ", "Operational Mode") +
                            "Manual\n" + F("%-60s : %d\n", "Maximum PDs on which Patrol Read can be run concurrently", 4) +
                            F("%-60s : %d\n", "PR Options", 0) + F("%-60s : %d\n", "Number of LDs excluded from Patrol Read", 2) +
@@ -68,7 +68,7 @@ TEST(PatrolRead, UndefinedStateAndPropertiesReport) {
 }
 
 TEST(PatrolRead, SetCarriesTheAnswersAndTheSequenceNumber) {
-    RunResult r = RunCtrl("17\n1\n\n2\n1\n3\n7200\n\n", "", CtrlScenario());
+    RunResult r = RunCtrl("17\n1\n\n2\n1\n3\n7200\n\n", CtrlScenario());
     EXPECT_TRUE(ContainsInOrder(r.out, {"\nNOTE : Default current values are given alongside; Please press ENTER to retain those values\n"
                                         "Enter Operational Mode : \n0) Auto\t1) Manual\t2) Disabled\n"
                                         "Please enter your choice : (current = 0)"
@@ -87,21 +87,21 @@ TEST(PatrolRead, SetCarriesTheAnswersAndTheSequenceNumber) {
 
     // With SSD patrol read enabled the options are asked; an excluded id
     // that names no logical drive is refused by the controller.
-    r = RunCtrl("17\n\n\n1\n1\n5\n\n\n", "", KorvaneScenario("", "[korvane.controllers.properties]\nSSDPatrolReadEnabled = true\n"));
+    r = RunCtrl("17\n\n\n1\n1\n5\n\n\n", KorvaneScenario("", "[korvane.controllers.properties]\nSSDPatrolReadEnabled = true\n"));
     EXPECT_TRUE(ContainsInOrder(r.out, {"Enter PR Options (0 or 1): (current = 0)",
                                         "SetPatrolReadProperties : ProcessLibCommandCall failed; rval = 0x3\n"}))
         << r.out;
 }
 
 TEST(PatrolRead, StartStopAndTheirRefusals) {
-    RunResult r = RunCtrl("18\n\n18\n\n19\n\n15\n\n19\n\n", "", Mirror());
+    RunResult r = RunCtrl("18\n\n18\n\n19\n\n15\n\n19\n\n", Mirror());
     EXPECT_TRUE(ContainsInOrder(r.out, {"StartPatrolReadOperation : ProcessLibCommandCall successful\n", "Patrol Read is active\n",
                                         "StopPatrolReadOperation : ProcessLibCommandCall successful\n", PrState("Aborted"),
                                         "StopPatrolReadOperation : ProcessLibCommandCall failed; rval = 0x32\n"}))
         << r.out;
-    r = RunCtrl("18\n\n19\n\n", "", Mirror("", "", "[korvane.controllers.patrol_read]\nmode = \"disabled\"\n"));
+    r = RunCtrl("18\n\n19\n\n", Mirror("", "", "[korvane.controllers.patrol_read]\nmode = \"disabled\"\n"));
     EXPECT_TRUE(ContainsInOrder(r.out, {"Patrol mode disabled\n", "Patrol mode disabled\n"})) << r.out;
-    r = RunCtrl("18\n\n", "", KorvaneScenario(""));
+    r = RunCtrl("18\n\n", KorvaneScenario(""));
     EXPECT_TRUE(ContainsInOrder(r.out, {"No PD is available for patrolread-All LDs might have active process or No PD is online or spare\n"}))
         << r.out;
 }
@@ -110,7 +110,7 @@ TEST(PatrolRead, CycleCompletesOnTheClock) {
     std::string s = "[clock]\nstep = 30\n" +
                     Mirror("", "", "[korvane.controllers.properties]\npatrolReadRate = 100\n"
                                    "[korvane.controllers.patrol_read]\nseconds_per_drive = 60\n");
-    RunResult r = RunCtrl("18\n\n15\n\n15\n\n", "", s);
+    RunResult r = RunCtrl("18\n\n15\n\n15\n\n", s);
     EXPECT_TRUE(ContainsInOrder(r.out, {PrState("Active") + PrDone(0), Iterations(1) + PrState("Ready to start") + PrDone(2)}))
         << r.out;
 }
@@ -184,7 +184,7 @@ TEST(CCSchedule, ChecksRunOnTheClockAndFillTheMap) {
     // each check takes 100 s, so all four are done by the sixth.
     std::string s = "[clock]\nstep = 60\n" + CtrlScenario() +
                     "[korvane.controllers.cc_schedule]\nmode = \"concurrent\"\nmax_lds = 4\nseconds_per_ld = 30\n";
-    RunResult r = RunCtrl("32\n\n\n\n\n\n\n" + std::string("30\n\n") + "30\n\n30\n\n30\n\n30\n\n30\n\n31\n\n", "", s);
+    RunResult r = RunCtrl("32\n\n\n\n\n\n\n" + std::string("30\n\n") + "30\n\n30\n\n30\n\n30\n\n30\n\n31\n\n", s);
     const std::string ready = "   Current State:                               CC ready to start\n";
     const std::string running = "   Current State:                               CC in progress\n";
     EXPECT_TRUE(ContainsInOrder(r.out, {"SetCCScheduleProperties : Command successful\n", ready, ready, ready, running, running,
@@ -200,7 +200,7 @@ TEST(CCSchedule, RefusedValuesAndControllersWithoutSchedule) {
     RunResult r = RunCtrl("32\n\n\n\n1193047\n\n\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {"   SendDcmdWithNoMBox: Command failed; rval = 0x3\n"})) << r.out;
     EXPECT_EQ(r.out.find("SetCCScheduleProperties : Command successful"), std::string::npos);
-    r = RunCtrl("30\n\n31\n\n", "", "[px]\nmode = \"simulation\"\n[[px.controllers]]\nid = 0\n");
+    r = RunCtrl("30\n\n31\n\n", "[px]\nmode = \"simulation\"\n[[px.controllers]]\nid = 0\n");
     const std::string unsupported = "   SendDcmdWithNoMBox: Command failed; rval = 0x2\n   \nSchedule Consistency Check is not supported\n";
     EXPECT_TRUE(ContainsInOrder(r.out, {unsupported, unsupported})) << r.out;
 }
@@ -208,7 +208,7 @@ TEST(CCSchedule, RefusedValuesAndControllersWithoutSchedule) {
 TEST(CtrlHealth, ReportFollowsTheModel) {
     std::string s = Mirror("", "state = \"failed\"\ntemperature = 65\n",
                            "[korvane.controllers.health]\nbbu_voltage_low = true\nnvram_uncorrectable_errors = 3\n");
-    RunResult r = RunCtrl("22\n" + std::string(20, '\n'), "", s);
+    RunResult r = RunCtrl("22\n" + std::string(20, '\n'), s);
     auto C = [](const char* label, int v) { return F("\t%-35s %d\n", label, v); };
     auto Elem = [&](int optimal, int critical) {
         return C("Optimal Count", optimal) + C("Critical Count", critical) + C("Non Critical Count", 0) +
@@ -223,9 +223,9 @@ TEST(CtrlHealth, ReportFollowsTheModel) {
                            "NVRAM Health\n" + C("Number of Uncorrectable Errors", 3);
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {expected})) << Unpaged(r.out);
 
-    r = RunCtrl("22\n" + std::string(20, '\n'), "", KorvaneScenario("", "[korvane.controllers.capabilities]\nbbu = false\n"));
+    r = RunCtrl("22\n" + std::string(20, '\n'), KorvaneScenario("", "[korvane.controllers.capabilities]\nbbu = false\n"));
     EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {C("PD Failed Count", 0) + "BBU not present\nNVRAM Health\n"})) << r.out;
-    r = RunCtrl("22\n\n", "", KorvaneScenario("", "", Fault(1, 20, 0x800A)));
+    r = RunCtrl("22\n\n", KorvaneScenario("", "", Fault(1, 20, 0x800A)));
     EXPECT_TRUE(ContainsInOrder(r.out, {"GetCtrlHealth: ProcessLibCommandCall failed!! rval 0x800A\n"})) << r.out;
 }
 
@@ -235,11 +235,11 @@ TEST(SelfCheck, StatusTexts) {
                                         "Enter time in seconds--->Invalid input parameter\n"}))
         << r.out;
     EXPECT_EQ(TraceField(FirstTrace(r, 1, 22), "param"), "0A00000000000000");
-    r = RunCtrl("24\n30\n\n", "", CtrlScenario() + "[korvane.controllers.diagnostics]\nself_check_fails = true\n");
+    r = RunCtrl("24\n30\n\n", CtrlScenario() + "[korvane.controllers.diagnostics]\nself_check_fails = true\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {"One of the diagnostic tests failed\n"})) << r.out;
-    r = RunCtrl("24\n30\n\n", "", KorvaneScenario("", "[korvane.controllers.capabilities]\nself_diagnostic = true\ncache_pinned = true\n"));
+    r = RunCtrl("24\n30\n\n", KorvaneScenario("", "[korvane.controllers.capabilities]\nself_diagnostic = true\ncache_pinned = true\n"));
     EXPECT_TRUE(ContainsInOrder(r.out, {"Controller has LD cache pinned\n"})) << r.out;
-    r = RunCtrl("24\n30\n\n", "", KorvaneScenario("", "", Fault(1, 22, 0x800A)));
+    r = RunCtrl("24\n30\n\n", KorvaneScenario("", "", Fault(1, 22, 0x800A)));
     EXPECT_TRUE(ContainsInOrder(r.out, {"ProcessLibCommand returned error 800a\n"})) << r.out;
     r = RunCtrl("24\n\n", "oob");
     EXPECT_TRUE(ContainsInOrder(r.out, {"StartSelfCheckDiagnostics: This operation is not supported in OOB mode.\n"})) << r.out;
@@ -252,7 +252,7 @@ TEST(AllLdsAllowedOperation, ListingAndFailures) {
     EXPECT_TRUE(ContainsInOrder(r.out, {"\n\nAllowed Operations for LD with Target ID 0\n" + ops,
                                         "\n\nAllowed Operations for LD with Target ID 3\n" + ops}))
         << r.out;
-    r = RunCtrl("25\n\n25\n\n", "", KorvaneScenario("", "", Fault(1, 23, 0x800A, 0) + "occurrence = 1\n" + Fault(1, 23, 0x15)));
+    r = RunCtrl("25\n\n25\n\n", KorvaneScenario("", "", Fault(1, 23, 0x800A, 0) + "occurrence = 1\n" + Fault(1, 23, 0x15)));
     EXPECT_TRUE(ContainsInOrder(r.out, {"Invalid controller\n", "GetAllLDsAllowedOperation : ProcessLibCommandCall failed ;  rval = 0x15\n"}))
         << r.out;
 }
