@@ -2,6 +2,8 @@
 // controller image pending and then active, the refused images with the
 // texts of both families, and drive downloads by WRITE BUFFER mode 5 and 7
 // and by ATA PASS-THROUGH, checked command by command in the trace.
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "ctrl_ops_support.h"
@@ -240,6 +242,38 @@ TEST(PdDownload, GivesUpSilentlyAfterTenPolls) {
     EXPECT_EQ(r.out.find("could not be started"), std::string::npos);
     EXPECT_EQ(InfoPollsAfterPrepare(r), 10u);
     EXPECT_TRUE(Pieces(r).empty());
+}
+
+std::string ReadBuilt(const std::string& name) {
+    std::ifstream in(std::string(TARSEL_SIM_DIR) + "/../images/" + name, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+TEST(CtrlFlash, SessionOnTheDefaultPresetWithTheBuiltImages) {
+    // The images the build writes: a controller image for the default
+    // controller and a SAS drive image (revision N005, 70,000 bytes).
+    std::string image = ReadBuilt("controller.img");
+    std::string drive = ReadBuilt("drive-sas.img");
+    ASSERT_GT(image.size(), 128u);
+    ASSERT_EQ(drive.size(), 70000u);
+    std::string corrupt = image;
+    corrupt[image.size() / 2] ^= 0x20;
+    RunSpec spec;
+    spec.scenario = "default";
+    spec.files = {{"controller.img", image}, {"corrupt.img", corrupt}, {"drive.img", drive}};
+    spec.input = StartInput("3\n11\ncontroller.img\n\n11\ncorrupt.img\n\n1\n" + std::string(80, '\n') +
+                            Download(12, 7, 60, "drive.img") + "6\n" + std::string(60, '\n') + PdInfoOf(12) +
+                            std::string(60, '\n'));
+    RunResult r = RunTool(spec);
+    std::string out = Unpaged(r.out);
+    EXPECT_TRUE(ContainsInOrder(out, {"FlashCtrlFirmware : ProcessLibCommandCall successful\n", "Corrupt Image\n",
+                                      PendingLines("5.130.00-2301"), "FW download is in progress\n",
+                                      "DISCOVERY STARTED ......\n", "\n\t\t---End of Topology Information---\n",
+                                      Revision("N005")}))
+        << out;
+    EXPECT_EQ(Pieces(r).size(), 3u);
 }
 
 }  // namespace
