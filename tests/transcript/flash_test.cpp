@@ -210,9 +210,10 @@ TEST(PdDownload, PromptsRepeatUntilTheAnswerFits) {
 
 TEST(PdDownload, RefusedDrivesAndImages) {
     std::map<std::string, std::string> files = {{"junk.img", std::string(40000, 'j')},
-                                                {"big.img", std::string(17u * 1024u * 1024u, '\0')}};
+                                                {"big.img", std::string(17u * 1024u * 1024u, '\0')},
+                                                {"empty.img", ""}};
     RunResult r = RunCtrlWithFiles("35\n99\n\n35\n31\n\n35\n32\n\n" + Download(30, 7, 5, "junk.img") +
-                                       Download(30, 5, 5, "big.img") + PdInfoOf(30),
+                                       Download(30, 5, 5, "big.img") + Download(30, 7, 5, "empty.img") + PdInfoOf(30),
                                    files, RefusalScenario());
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {"Device ID not found\nGetPdInfo returned rval: 12\n",
@@ -223,9 +224,11 @@ TEST(PdDownload, RefusedDrivesAndImages) {
                                       "PD FW download could not be started. Error code: 45\n",
                                       "FW can't allocate sufficient memory - try again later\n"
                                       "PD FW download could not be started. Error code: 32\n",
+                                      "One or more input parameters is invalid\n"
+                                      "PD FW download could not be started. Error code: 3\n",
                                       Revision("A104")}))
         << out;
-    EXPECT_EQ(Prepares(r).size(), 2u);  // refused drives never reach the prepare command
+    EXPECT_EQ(Prepares(r).size(), 3u);  // refused drives never reach the prepare command
 }
 
 TEST(PdDownload, WaitsForTheReadyBitOnTheClock) {
