@@ -77,7 +77,7 @@ U32 FlashCtrl(CmdContext& ctx) {
     const U32 type = blk->cmdParam_4b[0];
     if (blk->dataSize > 0 && !blk->pData) return TL_STATUS_NULL_DATA_PTR;
     if (type > 3) return family == TL_FAMILY_KV ? 0x8012 : 0x800F;
-    const U32 flashBytes = static_cast<U32>(c.info.flashSize ? c.info.flashSize : kDefaultFlashMB) * 1024u * 1024u;
+    const U64 flashBytes = static_cast<U64>(c.info.flashSize ? c.info.flashSize : kDefaultFlashMB) * 1024u * 1024u;
     if (blk->dataSize == 0 || blk->dataSize > flashBytes) return FlashStatus(family, type, FlashFault::Size);
 
     CtrlImage img;
