@@ -488,5 +488,6 @@ TL_STATIC_ASSERT(sizeof(_KV_SAS_CONNECTORS) == 168, "connectors");
 #include "kv_devices.h"
 #include "kv_config.h"
 #include "kv_ops.h"
+#include "kv_bbu.h"
 
 #endif

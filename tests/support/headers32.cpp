@@ -4,6 +4,7 @@
 #include "kfistat.h"
 #include "kv.h"
 #include "sata.h"
+#include "ses.h"
 #include "smp.h"
 #include "tarsel.h"
 
