@@ -11,8 +11,10 @@
 
 #include "tarseltest.h"
 #include "controller.h"
+#include "bbu.h"
 #include "ctrl_ops.h"
 #include "config.h"
+#include "enclosure.h"
 #include "ld.h"
 #include "pd.h"
 #include "system.h"
@@ -353,13 +355,13 @@ const char* const kBBULines[] = {
 };
 
 const MenuItem kBBUItems[] = {
-    {1, nullptr},  // GetBBUStatus
-    {2, nullptr},  // GetBBUCapacityInfo
-    {3, nullptr},  // LearnBBU
-    {4, nullptr},  // GetBBUDesignInfo
-    {5, nullptr},  // GetBBUProperties
-    {6, nullptr},  // SetBBUProperties
-    {7, nullptr},  // BBUSleep
+    {1, Call<GetBBUStatus>},
+    {2, Call<GetBBUCapacityInfo>},
+    {3, Call<LearnBBU>},
+    {4, Call<GetBBUDesignInfo>},
+    {5, Call<GetBBUProperties>},
+    {6, Call<SetBBUProperties>},
+    {7, Call<BBUSleep>},
 };
 
 const GroupMenu kBBUMenu = {
@@ -416,13 +418,13 @@ const char* const kEnclLines[] = {
 };
 
 const MenuItem kEnclItems[] = {
-    {1, nullptr},  // GetEnclConfigInfo
-    {2, nullptr},  // GetEnclStatus
-    {3, nullptr},  // SetEnclElement
-    {4, nullptr},  // LocateEncl
-    {5, nullptr},  // ShutdownEncl
-    {6, nullptr},  // GetEnclStatusEx
-    {7, nullptr},  // GetEnclElement
+    {1, Call<GetEnclConfigInfo>},
+    {2, Call<GetEnclStatus>},
+    {3, Call<SetEnclElement>},
+    {4, Call<LocateEncl>},
+    {5, Call<ShutdownEncl>},
+    {6, Call<GetEnclStatusEx>},
+    {7, Call<GetEnclElement>},
 };
 
 const GroupMenu kEnclMenu = {
