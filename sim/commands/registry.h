@@ -40,6 +40,8 @@ void RegisterLdCommands();
 void RegisterConfigCommands();
 // Controller operations and system services (ctrl_ops.cpp and the files it registers).
 void RegisterCtrlOpsCommands();
+void RegisterEnclCommands();
+void RegisterBbuCommands();
 
 } // namespace tarselsim
 

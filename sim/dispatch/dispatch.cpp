@@ -56,6 +56,8 @@ void RegisterAll() {
     RegisterLdCommands();
     RegisterConfigCommands();
     RegisterCtrlOpsCommands();
+    RegisterEnclCommands();
+    RegisterBbuCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed

@@ -107,6 +107,23 @@ enum EventCode : U32 {
     kEvtSelfCheckStarted = 0x0310,
     kEvtSelfCheckPassed = 0x0311,
     kEvtSelfCheckFailed = 0x0312,
+    // Enclosures (locale kEvtLocaleEncl, argument: the enclosure as a device).
+    kEvtEnclElementStatus = 0x0200,   // a sensor's status changed with its reading
+    kEvtEnclElementSet = 0x0201,      // a set-element request changed an element
+    kEvtEnclIdentify = 0x0202,        // identify (locate) started or stopped
+    kEvtEnclShutdown = 0x0203,        // the enclosure was shut down
+    // Battery backup unit (locale kEvtLocaleBbu, no argument).
+    kEvtBbuChargeStarted = 0x0210,
+    kEvtBbuChargeComplete = 0x0211,
+    kEvtBbuLearnRequested = 0x0212,
+    kEvtBbuLearnStarted = 0x0213,
+    kEvtBbuLearnCompleted = 0x0214,
+    kEvtBbuLearnFailed = 0x0215,
+    kEvtBbuLearnTimeout = 0x0216,
+    kEvtBbuReplacePack = 0x0217,
+    kEvtBbuLearnDue = 0x0218,         // auto learn mode "warn": a learn cycle is due
+    kEvtBbuPropChange = 0x0219,
+    kEvtBbuSleep = 0x021A,
 };
 
 // Appends an event to the controller's log with the next sequence number

@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "kv.h"
+#include "model/bbu_state.h"
 #include "model/ctrl_state.h"
+#include "model/encl_element.h"
 #include "tarsel.h"
 
 namespace tarselsim {
@@ -99,6 +101,11 @@ struct Enclosure {
     U64 sasAddr = 0;
     std::string vendor = "SIMVEND";
     std::string product = "SIMENCL";
+    // SES elements, grouped by type in type order (encl.h).
+    std::vector<EnclElement> elements;
+    std::vector<U8> vendorSpecific;  // vendor-specific bytes of the configuration page
+    bool shutDown = false;
+    double identifyUntil = -1;       // virtual second the identify indicator goes off; -1: off
 };
 
 // An array: an ordered list of drive slots (0xFFFF marks a missing drive).
@@ -161,6 +168,7 @@ struct Controller {
     std::vector<Array> arrays;
     std::vector<LogicalDrive> lds;
     std::vector<HotSpare> spares;
+    Bbu bbu;
     U16 configSeqNum = 1;
     // Target ids held by logical drives of other kinds (snapshot views and
     // repositories), answered by the target-id query.

@@ -49,6 +49,15 @@ void ReadControllerOps(TableReader& t, Controller& c, int family);
 // reserved metadata area, rounded down as the family's coercion mode says.
 void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);
 
+// An enclosure's SES elements: counts of the other element types, the
+// vendor-specific bytes and per-element settings (encl_bbu.cpp). Called
+// once the enclosure's own counts are read.
+void ReadEnclosureElements(TableReader& t, Enclosure& e);
+
+// The controller's battery backup unit, or the default one when the
+// hardware bits report a battery (encl_bbu.cpp).
+void ReadBbu(TableReader& t, Controller& c);
+
 // Adds the SES device through which an enclosure itself is addressed.
 void AddEnclosureDevice(Controller& c, const Enclosure& e);
 

@@ -60,6 +60,7 @@ void ReadEnclosure(const Node& n, size_t index, Controller& c, std::set<U16>& id
     e.sasAddr = static_cast<U64>(t.integer("sas_address", static_cast<int64_t>(0x500E3C0000A0003DULL + (static_cast<U64>(e.deviceId) << 8)), 0, INT64_MAX));
     e.vendor = t.string("vendor", "KORVANE", 8);
     e.product = t.string("product", "KV28 BP", 16);
+    ReadEnclosureElements(t, e);
     t.finish();
     c.enclosures.push_back(e);
 }

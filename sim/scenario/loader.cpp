@@ -109,6 +109,7 @@ Controller ReadController(const Node& n, int family, std::set<U32>& ids) {
         c.oobDevice = static_cast<int>(TableReader::AsInteger(oob->items[1], "an oob device address", 0, 255));
     }
     ReadControllerIdentity(t, c);
+    ReadBbu(t, c);
 
     BuildContext ctx;
     ctx.family = family;

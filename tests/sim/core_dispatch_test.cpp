@@ -162,7 +162,7 @@ TEST_F(SimTrace, LinesCarryBlockFieldsStatusAndDataAsReceived) {
     std::string at512;
     for (int i = 0; i < 512; ++i) at512 += "5C";
     EXPECT_EQ(lines[1], "variant=4 type=5 code=0 ctrl=0x04000000 ref=3412050000000000 param=AB00000000000001 "
-                        "size=600 status=0x8005 data=" + at512);
+                        "size=600 status=0x800C data=" + at512);
     EXPECT_EQ(lines[2], "variant=4 type=6 code=3 ctrl=0x04000000 ref=0000000000000000 param=0000000000000000 size=" +
                             std::to_string(sizeof(_TL_DCMD_INPUT_T)) +
                             " status=0x0 opcode=0x07030000 dlen=168 dflags=2 mbox=010203000000000000000000 data=" +

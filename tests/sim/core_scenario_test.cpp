@@ -10,13 +10,16 @@
 #include <string>
 
 #include "../../sim/core/clock.cpp"
+#include "../../sim/model/battery.cpp"
 #include "../../sim/model/drive_states.cpp"
+#include "../../sim/model/encl.cpp"
 #include "../../sim/model/events.cpp"
 #include "../../sim/model/model.cpp"
 #include "../../sim/scenario/config.cpp"
 #include "../../sim/scenario/controller.cpp"
 #include "../../sim/scenario/ctrl_ops.cpp"
 #include "../../sim/scenario/devices.cpp"
+#include "../../sim/scenario/encl_bbu.cpp"
 #include "../../sim/scenario/generate.cpp"
 #include "../../sim/scenario/loader.cpp"
 #include "../../sim/scenario/reader.cpp"
