@@ -1,0 +1,250 @@
+// Battery and enclosure operations against a fake library entry point: the
+// next-learn arithmetic, controller time as calendar text, the status
+// printer's branches by battery type, the mode list's statuses and a hostile
+// mode count, and the BVT-mode inputs of both groups.
+#include <gtest/gtest.h>
+#include <stdarg.h>
+#include <stdlib.h>
+#include <time.h>
+
+#include <string>
+#include <vector>
+
+#include "bbu.h"
+#include "enclosure.h"
+
+namespace {
+
+struct Fake {
+    std::vector<_TL_LIB_CMD_PARAM_T> blocks;
+    std::vector<_TL_DCMD_INPUT_T> dcmds;
+    std::vector<U8> lastData;          // data of the last block as sent
+    KV_BBU_DESIGN_INFO design{};
+    U32 designStatus = 0;
+    KV_BBU_PROPERTIES props{};
+    std::vector<U32> modeStatuses;     // per mode-list call; 0 when the list runs out
+    U32 modeCount = 0;
+} gFake;
+
+U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
+    gFake.blocks.push_back(*b);
+    const U8* data = static_cast<const U8*>(b->pData);
+    gFake.lastData.assign(data, data ? data + b->dataSize : data);
+    if (b->cmdType == TL_PASSTHRU_CMD_TYPE && b->cmd == TL_DCMD_PASSTHRU) {
+        auto* in = static_cast<_TL_DCMD_INPUT_T*>(b->pData);
+        gFake.dcmds.push_back(*in);
+        if (in->opCode == KV_DCMD_CTRL_TIME_SECS_GET) {
+            const U32 now = 821788200u;
+            memcpy(in->pData, &now, sizeof now);
+            return 0;
+        }
+        const size_t call = gFake.dcmds.size() - 1;
+        if (call < gFake.modeStatuses.size() && gFake.modeStatuses[call]) return gFake.modeStatuses[call];
+        memset(in->pData, 0x11, in->dataTransferLength);
+        memcpy(in->pData, &gFake.modeCount, 4);
+        return 0;
+    }
+    if (b->cmdType == TL_BBU_CMD_TYPE && b->cmd == TL_GET_BBU_DESIGN_INFO) {
+        if (gFake.designStatus) return gFake.designStatus;
+        memcpy(b->pData, &gFake.design, sizeof gFake.design);
+    }
+    if (b->cmdType == TL_BBU_CMD_TYPE && b->cmd == TL_GET_BBU_PROPERTIES) memcpy(b->pData, &gFake.props, sizeof gFake.props);
+    return 0;
+}
+
+std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
+std::string F(const char* fmt, ...) {
+    char buf[512];
+    va_list ap;
+    va_start(ap, fmt);
+    vsnprintf(buf, sizeof buf, fmt, ap);
+    va_end(ap);
+    return buf;
+}
+
+int CountOf(const std::string& s, const std::string& needle) {
+    int n = 0;
+    for (size_t at = s.find(needle); at != std::string::npos; at = s.find(needle, at + needle.size())) ++n;
+    return n;
+}
+
+class BbuEnclOps : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        gFake = Fake{};
+        pfnProcessLibCommandKV = FakeEntry;
+        libKVPresent = 1;
+        memset(&gCtrlList, 0, sizeof gCtrlList);
+        gCtrlList.count = 1;
+        gSelController = 0;
+        gBVTMode = 0;
+        oldFp_ = fp;
+        fp = stderr;  // no paging
+        setenv("TZ", "UTC", 1);
+        tzset();
+    }
+    void TearDown() override {
+        gBVTMode = 0;
+        gSelController = -1;
+        fp = oldFp_;
+    }
+    template <typename Fn>
+    std::string Capture(Fn fn) {
+        testing::internal::CaptureStdout();
+        fn();
+        return testing::internal::GetCapturedStdout();
+    }
+    FILE* oldFp_ = nullptr;
+};
+
+TEST(NextLearnTime, DaysHoursMinutesAndSecondsByTheSchedulingRules) {
+    const U32 clock = 1000000;
+    // Wednesday 10:30:00 to Friday 08:00: one whole day, 21 hours, 30 minutes.
+    EXPECT_EQ(NextLearnTime(clock, 3, 10, 30, 0, 5, 8), clock + 86400u + 21 * 3600u + 30 * 60u);
+    // Friday 22:15:20 to Monday 06:00, across the week's end: 2 days, 7 hours, 44 minutes, 40 seconds.
+    EXPECT_EQ(NextLearnTime(clock, 5, 22, 15, 20, 1, 6), clock + 2 * 86400u + 7 * 3600u + 44 * 60u + 40u);
+    // Later the same day: Tuesday 09:10:05 to 14:00.
+    EXPECT_EQ(NextLearnTime(clock, 2, 9, 10, 5, 2, 14), clock + 4 * 3600u + 49 * 60u + 55u);
+    // On the hour of the chosen day itself the rules add a day and an hour.
+    EXPECT_EQ(NextLearnTime(clock, 2, 9, 0, 0, 2, 9), clock + 24 * 3600u + 60 * 60u);
+    // Saturday to Sunday gives no whole day, and the hour count is 16 bits:
+    // 5 - 10 - 1 hours wraps.
+    EXPECT_EQ(NextLearnTime(clock, 6, 10, 5, 0, 0, 5), clock + 65530u * 3600u + 55 * 60u);
+}
+
+TEST_F(BbuEnclOps, ControllerTimeAsCalendarTextWithTheYearBeforeTheTime) {
+    EXPECT_EQ(Capture([] { DisplayinHumanReadableFormat(821788200u); }), "Thu Jan 15 2026 10:30:00 \n");
+    EXPECT_EQ(Capture([] { DisplayinHumanReadableFormat(0); }), "Sat Jan  1 2000 00:00:00 \n");
+    const struct tm t = ControllerLocalTime(821788200u + 3 * 86400 + 3600 + 61);
+    EXPECT_EQ(t.tm_wday, 0);
+    EXPECT_EQ(t.tm_hour, 11);
+    EXPECT_EQ(t.tm_min, 31);
+    EXPECT_EQ(t.tm_sec, 1);
+}
+
+TEST_F(BbuEnclOps, StatusWithoutBatteryAndForAnIbbu) {
+    KV_BBU_STATUS st{};
+    EXPECT_EQ(Capture([&] { PrintBBUStatus(&st); }),
+              F("\t%-30s\n\n", "___Printing BBU Status___") + "No Battery Present\n");
+
+    st.batteryType = 1;
+    st.voltage = 4012;
+    st.current = -450;
+    st.temperature = 31;
+    st.detail.ibbu = {7, 88, 1, 2, 650, 81, 3, 47, {}};
+    EXPECT_EQ(Capture([&] { PrintBBUStatus(&st); }),
+              F("\t%-30s\n\n", "___Printing BBU Status___") + F("\t%-30s ", "BBU Battery Type: ") + "IBBU" +
+                  F("\n\t%-30s %d %s\n", "BBU Voltage", 4012, "mV") + F("\t%-30s %d %s\n", "BBU Current", -450, "mA") +
+                  F("\t%-30s %d %s\n", "BBU Temperature", 31, "deg C") + "\tBattery Backup Charge Time : " +
+                  "\t47 hours\n" + F("\t%-30s", "Firmware Status") + F("%-25s\n", "0") +
+                  F("\t\t%-25s\n", "Temperature Normal") + F("\t%-30s %d\n", "IBBU Gas Guage Status", 7) +
+                  F("\t%-30s %d\n", "IBBU Relative State Of Charge", 88) +
+                  F("\t%-30s %d\n", "IBBU Charger System State", 1) + F("\t%-30s %d\n", "IBBU Charger System Ctrl", 2) +
+                  F("\t%-30s %d mAh\n", "IBBU Charging Current", 650) +
+                  F("\t%-30s %d mAh\n", "IBBU Absolute State Of Charge", 81) + F("\t%-30s %d mAh\n", "IBBU Max Error", 3));
+}
+
+TEST_F(BbuEnclOps, StatusWarningsFlagsAndCapacitorPacks) {
+    KV_BBU_STATUS st{};
+    st.batteryType = 2;
+    st.fwStatus.w = 0x7FFF;  // every flag with a line
+    st.detail.ibbu.retentionTime = 48;
+    std::string out = Capture([&] { PrintBBUStatus(&st); });
+    std::string flags = F("\t%-30s", "Firmware Status") + F("\t%-25s\n", "Battery Needs To Be Replaced");
+    for (const char* t : {"Charge Active", "Discharge Active", "I2C Errors Detected", "Learn Cycle Active",
+                          "Learn Cycle Failed", "Learn Cycle Requested", "Learn Cycle Timeout", "Pack Missing",
+                          "Temperature High", "Voltage Low", "Transparent Learn Enable"})
+        flags += F("\t\t%-25s\n", t);
+    EXPECT_NE(out.find("BBU" + F("\n\t%-25s\n", "Battery FW Status is Non-Operational")), std::string::npos) << out;
+    EXPECT_NE(out.find("\tBattery Backup Charge Time : \t48 hours +\n" + flags), std::string::npos) << out;
+
+    // A bit outside the type's mask gives no warning (BBU: 0x0C01).
+    st.fwStatus.w = 0x0008;
+    EXPECT_EQ(Capture([&] { PrintBBUStatus(&st); }).find("Non-Operational"), std::string::npos);
+
+    // TMM-C: the design's device name is the type, no warning whatever the bits.
+    st.batteryType = 6;
+    st.fwStatus.w = 0x34A43;
+    memcpy(gFake.design.deviceName, "TMMC-ABC", 8);  // a full field
+    out = Capture([&] { PrintBBUStatus(&st); });
+    EXPECT_NE(out.find(F("\n\t%-30s %s\n", "BBU Battery Type: ", "TMMC-ABC") + F("\n\t%-30s", "BBU Voltage")),
+              std::string::npos) << out;
+    EXPECT_EQ(out.find("Non-Operational"), std::string::npos);
+    EXPECT_EQ(gFake.blocks.back().cmd, TL_GET_BBU_DESIGN_INFO);
+
+    // IBBU08 with a sub-type reads the design too; its failure ends the report.
+    st.batteryType = 5;
+    st.subType = 1;
+    gFake.designStatus = 0x22;
+    int rval = 0;
+    out = Capture([&] { rval = PrintBBUStatus(&st); });
+    EXPECT_EQ(rval, 0x22);
+    EXPECT_EQ(out, F("\t%-30s\n\n", "___Printing BBU Status___") +
+                       "GetBBUDesignInfo : ProcessLibCommandCall failed; rval = 0x22\n");
+}
+
+TEST_F(BbuEnclOps, ModeListStatusesAndAHostileCount) {
+    gFake.modeStatuses = {34};
+    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "No Supported HW Present\n");
+    gFake = Fake{};
+    gFake.modeStatuses = {61};
+    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "Hardware Unsupported\n");
+    gFake = Fake{};
+    gFake.modeCount = 1;
+    gFake.modeStatuses = {0, 61};
+    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }),
+              "GetAvailableBBUModes : ProcessLibCommandCall failed ;  rval = 0x3D\n");
+    gFake = Fake{};
+    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "\n\n BBU Modes not available\n");
+    const _TL_DCMD_INPUT_T& q = gFake.dcmds[0];
+    EXPECT_EQ(q.opCode, 0x05070100u);
+    EXPECT_EQ(q.mbox.b[0], 2);
+    EXPECT_EQ(q.dataTransferLength, 12u);
+    EXPECT_EQ(gFake.blocks[0].dataSize, sizeof(_TL_DCMD_INPUT_T));
+
+    // A count far beyond any mode list: the list asked for (and printed) is bounded.
+    gFake = Fake{};
+    gFake.modeCount = 0xFFFFFFFFu;
+    std::string out = Capture([] { GetAvailableBBUModes(); });
+    ASSERT_EQ(gFake.dcmds.size(), 2u);
+    EXPECT_EQ(gFake.dcmds[1].dataTransferLength, 256u * 12u);
+    EXPECT_EQ(CountOf(out, F("\t%-30s : %d\n", "BBU MODE ID", 0x11)), 256) << out.substr(0, 400);
+}
+
+TEST_F(BbuEnclOps, BvtModeTakesItsInputsWithoutPrompts) {
+    gBVTMode = 1;
+    gFake.props.autoLearnPeriod = 2592000;
+    gFake.props.nextLearnTime = 821788200u;
+    gFake.props.learnDelayInterval = 7;
+    gFake.props.autoLearnMode = 1;
+    std::string out = Capture([] { SetBBUProperties(); });
+    EXPECT_EQ(out, "\nBBU Learn Scheduled at - Thu Jan 15 2026 10:30:00 \n\nSetBBUProperties completed successfully.\n");
+    ASSERT_EQ(gFake.lastData.size(), sizeof(KV_BBU_PROPERTIES));
+    KV_BBU_PROPERTIES sent;
+    memcpy(&sent, gFake.lastData.data(), sizeof sent);
+    EXPECT_EQ(sent.learnDelayInterval, 100);
+    EXPECT_EQ(sent.autoLearnMode, 1);
+    EXPECT_EQ(sent.nextLearnTime, 821788200u);
+
+    // Scheduling in BVT mode: Sunday, hour 0, from Thursday 10:30:00.
+    KV_BBU_PROPERTIES p{};
+    Capture([&] { SetAutoLearnParameters(&p); });
+    EXPECT_EQ(p.nextLearnTime, 821788200u + 2 * 86400u + 13 * 3600u + 30 * 60u);
+
+    gEnclID = 9;
+    EXPECT_EQ(Capture([] { LocateEncl(); }), "LocateEncl : ProcessLibCommandCall Successfull\n");
+    EXPECT_EQ(gFake.blocks.back().enclRef.deviceId, 9);
+    EXPECT_EQ(Capture([] { SetEnclElement(); }), "");
+    const _TL_LIB_CMD_PARAM_T& set = gFake.blocks.back();
+    EXPECT_EQ(set.cmdParam_1b[0], 4);
+    EXPECT_EQ(set.dataSize, 32u);
+    EXPECT_EQ(gFake.lastData[0], 50);
+    EXPECT_EQ(gFake.lastData[1], 45);
+    Capture([] { GetEnclElement(); });
+    EXPECT_EQ(gFake.blocks.back().cmd, TL_GET_ENCL_ELEMENT);
+    EXPECT_EQ(gFake.blocks.back().cmdParam_1b[0], 4);
+    EXPECT_EQ(gFake.blocks.back().cmdParam_1b[1], 0);
+    EXPECT_EQ(gFake.blocks.back().enclRef.deviceId, 9);
+}
+
+}  // namespace
