@@ -353,7 +353,12 @@ void DeriveStatus(Library* lib, Controller* c, Enclosure& e) {
 
 void RefreshElementStatus(Library& lib, Controller& c, Enclosure& e) { DeriveStatus(&lib, &c, e); }
 
-void SettleElementStatus(Enclosure& e) { DeriveStatus(nullptr, nullptr, e); }
+void SettleElementStatus(Enclosure& e) {
+    // Fans are found running at the speed they settle to (stopped fans stopped).
+    for (EnclElement& el : e.elements)
+        if (el.type == SES_TYPE_COOLING) el.reading = TargetRpm(e, el);
+    DeriveStatus(nullptr, nullptr, e);
+}
 
 U32 SetElement(Library& lib, Controller& c, Enclosure& e, U8 type, U8 index, const U8* control) {
     if (e.shutDown) return KFI_STAT_WRONG_STATE;

@@ -43,7 +43,8 @@ U8 ElementStatusWord(const Controller& c, const Enclosure& e, const EnclElement&
 // Re-derives the statuses of sensors and fans from their readings, logging
 // an event for each threshold level crossed.
 void RefreshElementStatus(Library& lib, Controller& c, Enclosure& e);
-// The same without events, for an enclosure as the scenario builds it.
+// The same without events, for an enclosure as the scenario builds it;
+// fans start at the speed they settle to.
 void SettleElementStatus(Enclosure& e);
 
 // Set-element request: `control` is the request's data (32 bytes). Returns

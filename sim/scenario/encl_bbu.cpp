@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "model/battery.h"
 #include "model/encl.h"
@@ -64,7 +66,9 @@ void ApplyFlag(const Node& n, EnclElement& el) {
     }
 }
 
-void ReadElement(const Node& n, Enclosure& e) {
+// Reads one element's settings; returns the element when the scenario
+// gives a fan its starting speed.
+EnclElement* ReadElement(const Node& n, Enclosure& e) {
     TableReader t(n, "element");
     const U8 type = TypeOf(t.require("type"));
     const Node& idx = t.require("index");
@@ -90,15 +94,18 @@ void ReadElement(const Node& n, Enclosure& e) {
         for (size_t i = 0; i < 3; ++i)
             el->bits[i + 1] |= static_cast<U8>(TableReader::AsInteger(b->items[i], "a status byte", 0, 255));
     }
+    bool fanSpeedGiven = false;
     if (auto r = t.optInteger("reading", -327680, 327670)) {
         el->reading = static_cast<double>(*r);
         if (type == SES_TYPE_TEMPERATURE_SENSOR) el->nominal = el->reading;
+        fanSpeedGiven = type == SES_TYPE_COOLING;
     }
     if (auto v = t.optInteger("nominal", -327680, 327670)) el->nominal = static_cast<double>(*v);
     const char* thresholdKeys[] = {"high_warning", "low_warning", "high_critical", "low_critical"};
     for (int i = 0; i < 4; ++i)
         el->thresholds[i] = static_cast<U8>(t.integer(thresholdKeys[i], el->thresholds[i], 0, 255));
     t.finish();
+    return fanSpeedGiven ? el : nullptr;
 }
 
 void FillField(char* dst, size_t size, const std::string& s) {
@@ -181,6 +188,7 @@ void ReadBbuTable(const Node& n, Bbu& b) {
     b.charging = t.boolean("charging", b.charge < b.fullCapacity);
     b.chargeRate = static_cast<double>(t.integer("charge_rate", std::lround(b.chargeRate), 1, 100000));
     b.learnDischargeRate = static_cast<double>(t.integer("learn_discharge_rate", std::lround(b.learnDischargeRate), 1, 100000));
+    b.selfDischargeRate = static_cast<double>(t.integer("self_discharge_rate", std::lround(b.selfDischargeRate), 0, 100000));
     b.ambient = b.temperature = static_cast<double>(t.integer("temperature", 28, 0, 200));
     b.cycleCount = static_cast<U16>(t.integer("cycle_count", 0, 0, 0xFFFF));
     if (const Node* r = t.get("learn_result")) b.learnResult = LearnResultOf(*r);
@@ -247,8 +255,11 @@ void ReadEnclosureElements(TableReader& t, Enclosure& e) {
             Fail(*v, "'vendor_specific' must be an array of at most 32 bytes");
         for (const Node& b : v->items) e.vendorSpecific.push_back(static_cast<U8>(TableReader::AsInteger(b, "a byte", 0, 255)));
     }
-    for (const Node* n : t.tables("elements")) ReadElement(*n, e);
+    std::vector<std::pair<EnclElement*, double>> fanSpeeds;
+    for (const Node* n : t.tables("elements"))
+        if (EnclElement* fan = ReadElement(*n, e)) fanSpeeds.emplace_back(fan, fan->reading);
     SettleElementStatus(e);
+    for (auto& [fan, rpm] : fanSpeeds) fan->reading = rpm;
 }
 
 void ReadBbu(TableReader& t, Controller& c) {
