@@ -12,6 +12,7 @@
 #include "bbu.h"
 #include "controller.h"
 #include "kfistat.h"
+#include "lib_failure.h"
 
 namespace {
 
@@ -32,18 +33,9 @@ U32 SendBbuCommand(U8 cmd, void* data, U32 size) {
     return ProcessLibCommandCall(&blk);
 }
 
-// The failure line of an operation; returns the status.
-U32 BbuFailure(const char* name, U32 rval) {
-    if (rval == TL_STATUS_INVALID_CTRL)
-        puts("Invalid controller");
-    else
-        printf("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, rval);
-    return rval;
-}
-
 U32 FetchStatus(KV_BBU_STATUS* status) {
     U32 rval = SendBbuCommand(TL_GET_BBU_STATUS, status, sizeof(*status));
-    return rval ? BbuFailure("GetBBUStatus", rval) : 0;
+    return rval ? PrintLibFailure("GetBBUStatus", rval) : 0;
 }
 
 // Sends the mode-list direct command into `buffer` of `length` bytes.
@@ -95,7 +87,7 @@ U32 GetBBUStatus(void) {
 U32 GetBBUCapacityInfo(void) {
     KV_BBU_CAPACITY_INFO capacity{};
     U32 rval = SendBbuCommand(TL_GET_BBU_CAPACITY_INFO, &capacity, sizeof capacity);
-    if (rval != 0) return BbuFailure("GetBBUCapacity", rval);
+    if (rval != 0) return PrintLibFailure("GetBBUCapacity", rval);
     numLines = 0;
     PrintBBUCapacity(&capacity);
     return 0;
@@ -103,7 +95,7 @@ U32 GetBBUCapacityInfo(void) {
 
 U32 LearnBBU(void) {
     U32 rval = SendBbuCommand(TL_BBU_LEARN, nullptr, 0);
-    if (rval != 0) return BbuFailure("LearnBBU", rval);
+    if (rval != 0) return PrintLibFailure("LearnBBU", rval);
     puts("LearnBBU : ProcessLibCommandCall Successful");
     return 0;
 }
@@ -127,13 +119,13 @@ U32 GetBBUDesignInfo(void) {
 U32 GetBBUDesignInfoFunc(KV_BBU_DESIGN_INFO* design) {
     memset(design, 0, sizeof(*design));
     U32 rval = SendBbuCommand(TL_GET_BBU_DESIGN_INFO, design, sizeof(*design));
-    return rval ? BbuFailure("GetBBUDesignInfo", rval) : 0;
+    return rval ? PrintLibFailure("GetBBUDesignInfo", rval) : 0;
 }
 
 int FireGetBBUProperties(KV_BBU_PROPERTIES* props) {
     memset(props, 0, sizeof(*props));
     U32 rval = SendBbuCommand(TL_GET_BBU_PROPERTIES, props, sizeof(*props));
-    return static_cast<int>(rval ? BbuFailure("GetBBUProperties", rval) : 0);
+    return static_cast<int>(rval ? PrintLibFailure("GetBBUProperties", rval) : 0);
 }
 
 U32 GetBBUProperties(void) {
@@ -183,7 +175,7 @@ U32 SetBBUProperties(void) {
     }
 
     rval = SendBbuCommand(TL_SET_BBU_PROPERTIES, &props, sizeof props);
-    if (rval != 0) BbuFailure("SetBBUProperties", rval);
+    if (rval != 0) PrintLibFailure("SetBBUProperties", rval);
     printf("\nBBU Learn Scheduled at - ");
     DisplayinHumanReadableFormat(props.nextLearnTime);
     printf("\nSetBBUProperties completed successfully.\n");

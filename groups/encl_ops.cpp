@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "enclosure.h"
+#include "lib_failure.h"
 
 namespace {
 
@@ -27,15 +28,6 @@ void AskEnclosureId(_TL_LIB_CMD_PARAM_T* blk, bool configPrompt) {
         printf("\n");
     }
     blk->enclRef.deviceId = static_cast<U16>(id);
-}
-
-// The failure line of an item; returns the status.
-U32 EnclFailure(const char* name, U32 rval) {
-    if (rval == TL_STATUS_INVALID_CTRL)
-        puts("Invalid controller");
-    else
-        printf("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, rval);
-    return rval;
 }
 
 // Starts an enclosure command for the enclosure the operator names.
@@ -71,7 +63,7 @@ int AskNumber(const char* prompt, int fallback) {
 U32 GetEnclConfigInfo(void) {
     _TL_ENCL_CONFIG_T config{};
     U32 rval = SendEnclCommand(TL_GET_ENCL_CONFIG, &config, sizeof config, true);
-    if (rval != 0) return EnclFailure("GetEnclConfigInfo", rval);
+    if (rval != 0) return PrintLibFailure("GetEnclConfigInfo", rval);
     numLines = 0;
     PrintEnclConfigInfo(&config);
     return 0;
@@ -80,7 +72,7 @@ U32 GetEnclConfigInfo(void) {
 U32 GetEnclStatus(void) {
     auto status = std::make_unique<_TL_ENCL_STATUS_T>();
     U32 rval = SendEnclCommand(TL_GET_ENCL_STATUS, status.get(), sizeof(_TL_ENCL_STATUS_T));
-    if (rval != 0) return EnclFailure("GetEnclStatus", rval);
+    if (rval != 0) return PrintLibFailure("GetEnclStatus", rval);
     numLines = 0;
     PrintEnclStatus(status.get());
     return 0;
@@ -90,7 +82,7 @@ U32 GetEnclStatusEx(void) {
     auto status = std::make_unique<_TL_ENCL_STATUS_EX_T>();
     U32 rval = SendEnclCommand(TL_GET_ENCL_STATUS_EX, status.get(), sizeof(_TL_ENCL_STATUS_EX_T));
     // The extended report shares the short report's failure text.
-    if (rval != 0) return EnclFailure("GetEnclStatus", rval);
+    if (rval != 0) return PrintLibFailure("GetEnclStatus", rval);
     PrintEnclStatusEx(status.get());
     return 0;
 }
@@ -108,20 +100,20 @@ U32 SetEnclElement(void) {
     data.tsThreshold.lowWarning = static_cast<U8>(low);
     blk.cmdParam_1b[0] = SES_TYPE_TEMPERATURE_SENSOR;
     U32 rval = SendWithData(&blk, &data, sizeof data);
-    if (rval != 0) return EnclFailure("SetEnclElement", rval);
+    if (rval != 0) return PrintLibFailure("SetEnclElement", rval);
     return 0;
 }
 
 U32 LocateEncl(void) {
     U32 rval = SendEnclCommand(TL_LOCATE_ENCL, nullptr, 0);
-    if (rval != 0) return EnclFailure("LocateEncl", rval);
+    if (rval != 0) return PrintLibFailure("LocateEncl", rval);
     puts("LocateEncl : ProcessLibCommandCall Successfull");
     return 0;
 }
 
 U32 ShutdownEncl(void) {
     U32 rval = SendEnclCommand(TL_SHUTDOWN_ENCL, nullptr, 0);
-    if (rval != 0) return EnclFailure("ShutdownEncl", rval);
+    if (rval != 0) return PrintLibFailure("ShutdownEncl", rval);
     puts("ShutdownEncl : ProcessLibCommandCall Successfull");
     return 0;
 }
@@ -155,7 +147,7 @@ U32 GetEnclElement(void) {
     blk.cmdParam_1b[0] = type;
     blk.cmdParam_1b[1] = index;
     U32 rval = SendWithData(&blk, &data, sizeof data);
-    if (rval != 0) return EnclFailure("GetEnclElement", rval);
+    if (rval != 0) return PrintLibFailure("GetEnclElement", rval);
     puts("ProcessLibCommand Successful. Get Element data is shown below.");
     printf("Element Type: %s\n", name);
     printf("Element Index: %d\n", index);

@@ -3,7 +3,6 @@
 // printer's branches by battery type, the mode list's statuses and a hostile
 // mode count, and the BVT-mode inputs of both groups.
 #include <gtest/gtest.h>
-#include <stdarg.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -11,9 +10,13 @@
 #include <vector>
 
 #include "bbu.h"
+#include "../support/text_format.h"
 #include "enclosure.h"
 
 namespace {
+
+using textfmt::CountOf;
+using textfmt::F;
 
 struct Fake {
     std::vector<_TL_LIB_CMD_PARAM_T> blocks;
@@ -50,22 +53,6 @@ U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
     }
     if (b->cmdType == TL_BBU_CMD_TYPE && b->cmd == TL_GET_BBU_PROPERTIES) memcpy(b->pData, &gFake.props, sizeof gFake.props);
     return 0;
-}
-
-std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
-
-int CountOf(const std::string& s, const std::string& needle) {
-    int n = 0;
-    for (size_t at = s.find(needle); at != std::string::npos; at = s.find(needle, at + needle.size())) ++n;
-    return n;
 }
 
 class BbuEnclOps : public ::testing::Test {

@@ -3,24 +3,17 @@
 // voltages, the configuration page's type headers and texts, and records
 // whose counts or lengths point past their end.
 #include <gtest/gtest.h>
-#include <stdarg.h>
 
 #include <memory>
 #include <string>
 
+#include "../support/text_format.h"
 #include "enclosure.h"
 
 namespace {
 
-std::string F(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string F(const char* fmt, ...) {
-    char buf[512];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
+using textfmt::CountOf;
+using textfmt::F;
 
 std::string Count(const char* label, int n, bool first = false) { return F(first ? "\t%-30s %d\n" : "\n\t%-30s %d\n", label, n); }
 std::string Heading(const char* label, int i) { return F("\n\t%-30s %-d\n", label, i); }
