@@ -8,6 +8,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "../../sim/core/clock.cpp"
 #include "../../sim/model/battery.cpp"
@@ -184,6 +186,43 @@ TEST(ScenarioClock, FixedClockStandsStillAtItsStart) {
     EXPECT_EQ(FirmwareTimeNow(lib), t0);
     AdvanceClock(lib, 90);
     EXPECT_EQ(FirmwareTimeNow(lib), t0 + 90);
+}
+
+// Battery and enclosure changes are logged, and one long interval logs the
+// same events as many short ones.
+TEST(SimModelEvents, LearnCycleAndSensorCrossingsAreLogged) {
+    const std::string text =
+        "[clock]\nmode = \"fixed\"\n[korvane]\n[[korvane.controllers]]\nid = 0\n"
+        "[korvane.controllers.bbu]\nnext_learn_in = 600\n"
+        "[[korvane.controllers.enclosures]]\ndevice_id = 8\nfans = 1\n"
+        "[[korvane.controllers.enclosures.elements]]\ntype = \"cooling\"\nindex = 0\nstatus = \"critical\"\n"
+        "[[korvane.controllers.enclosures.elements]]\ntype = \"temperature_sensor\"\nindex = 0\nreading = 40\n"
+        "high_warning = 62\nhigh_critical = 64\n";
+    auto events = [](const Library& lib, U16 locale) {
+        std::vector<std::pair<U32, int>> v;
+        for (const auto& e : lib.controllers[0].events)
+            if (e.locale == locale) v.emplace_back(e.code, e.eventClass);
+        return v;
+    };
+    Library once = Load(0, text);
+    BatteryTicker(once, 0, 20000);
+    EnclosureTicker(once, 0, 20000);
+    Library steps = Load(0, text);
+    for (int t = 0; t < 20000; t += 50) {
+        BatteryTicker(steps, t, t + 50);
+        EnclosureTicker(steps, t, t + 50);
+    }
+    const std::vector<std::pair<U32, int>> learn = {{kEvtBbuLearnRequested, kEvtClassInfo},
+                                                    {kEvtBbuLearnStarted, kEvtClassInfo},
+                                                    {kEvtBbuLearnCompleted, kEvtClassInfo}};
+    // The stopped fan warms the sensor 4 degrees, past its warning and its critical threshold.
+    const std::vector<std::pair<U32, int>> sensor = {{kEvtEnclElementStatus, kEvtClassWarning},
+                                                     {kEvtEnclElementStatus, kEvtClassCritical}};
+    EXPECT_EQ(events(once, kEvtLocaleBbu), learn);
+    EXPECT_EQ(events(steps, kEvtLocaleBbu), learn);
+    EXPECT_EQ(events(once, kEvtLocaleEncl), sensor);
+    EXPECT_EQ(events(steps, kEvtLocaleEncl), sensor);
+    EXPECT_EQ(once.controllers[0].bbu.cycleCount, 1);
 }
 
 } // namespace

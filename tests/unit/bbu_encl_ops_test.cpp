@@ -170,6 +170,26 @@ TEST_F(BbuEnclOps, StatusWarningsFlagsAndCapacitorPacks) {
                        "GetBBUDesignInfo : ProcessLibCommandCall failed; rval = 0x22\n");
 }
 
+// Date fields are printed as the record holds them, impossible or not; full
+// text fields print whole and no further.
+TEST_F(BbuEnclOps, DesignRecordWithAnImpossibleDateAndFullTextFields) {
+    KV_BBU_DESIGN_INFO d{};
+    d.mfgDate.w = 0xFFFFFFFFu;
+    memcpy(d.deviceName, "DEVNAME8", 8);
+    memcpy(d.deviceChemistry, "CHEMX", 5);
+    memcpy(d.moduleVersion, "MODVER08", 8);
+    d.bbuMode = 0xFF;  // the next field is not text
+    std::string out = Capture([&] { PrintBBUDesignInfo(&d, 1, 1); });
+    EXPECT_NE(out.find(F("\t%-30s %d-%d-%d\n", "BBU Design Date", 15, 31, 65535)), std::string::npos) << out;
+    EXPECT_NE(out.find(F("\t%-30s %s \n", "BBU Device name", "DEVNAME8") +
+                       F("\t%-30s %s \n", "BBU Module Version", "MODVER08")),
+              std::string::npos);
+    EXPECT_NE(out.find(F("\t%-30s %s\n", "BBU Device Chemistry", "CHEMX")), std::string::npos);
+    // Without modes the design ends with the mode list's note and a line end.
+    EXPECT_NE(out.find(F("\n\t%-30s %d\n", "Current BBU Mode :", 255) + "\n\n BBU Modes not available\n\n"),
+              std::string::npos);
+}
+
 TEST_F(BbuEnclOps, ModeListStatusesAndAHostileCount) {
     gFake.modeStatuses = {34};
     EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "No Supported HW Present\n");
