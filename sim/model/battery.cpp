@@ -120,7 +120,8 @@ void Transition(Library& lib, Controller& c, Bbu& b, double at) {
         b.fullCapacity *= kWearPerLearn;
         b.charge = b.fullCapacity;
         b.periodicLearnRequired = false;
-        b.props.nextLearnTime = static_cast<U32>(lib.clock.start + at) + b.props.autoLearnPeriod;
+        // Firmware time of the completion; the addition wraps like the firmware's 32-bit clock.
+        b.props.nextLearnTime = lib.clock.start + static_cast<U32>(static_cast<U64>(at)) + b.props.autoLearnPeriod;
         LogBbuEvent(lib, c, kEvtBbuLearnCompleted, kEvtClassInfo, "Battery relearn completed");
         return;
     case LearnPhase::None:
@@ -313,7 +314,7 @@ KV_BBU_CAPACITY_INFO BuildBbuCapacity(const Bbu& b) {
     r.runTimeToEmpty = toEmpty;
     r.averageTimeToEmpty = toEmpty;
     r.averageTimeToFull = Charging(b) && slope > 0
-                              ? static_cast<U16>(std::ceil((b.fullCapacity - b.charge) / slope))
+                              ? static_cast<U16>(std::min<double>(kNoTime - 1, std::ceil((b.fullCapacity - b.charge) / slope)))
                               : kNoTime;
     r.cycleCount = b.cycleCount;
     r.maxError = 2;
