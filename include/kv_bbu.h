@@ -148,7 +148,7 @@ typedef struct _KV_BBU_PROPERTIES {
     U8 reserved[21];
 } _KV_BBU_PROPERTIES, KV_BBU_PROPERTIES;
 
-/* ---- BBU mode list: a 32-bit count, then one 8-byte record per mode ---- */
+/* ---- BBU mode list: a 32-bit count, then one 8-byte record per mode from byte 4 ---- */
 typedef struct _KV_BBU_MODE_INFO {
     U8 modeId;
     U8 retentionTime;  /* hours */
@@ -159,10 +159,6 @@ typedef struct _KV_BBU_MODE_INFO {
     U8 reserved[3];
 } _KV_BBU_MODE_INFO;
 
-typedef struct _KV_BBU_MODE_LIST {
-    U32 count;
-    _KV_BBU_MODE_INFO mode[1]; /* `count` records follow the count */
-} _KV_BBU_MODE_LIST;
 
 TL_STATIC_ASSERT(sizeof(_KV_BBU_FW_STATUS) == 4, "bbu fw status");
 TL_STATIC_ASSERT(sizeof(_KV_IBBU_STATE) == 32, "ibbu detail");
@@ -199,6 +195,5 @@ TL_STATIC_ASSERT(offsetof(_KV_BBU_PROPERTIES, learnDelayInterval) == 8, "bbu pro
 TL_STATIC_ASSERT(offsetof(_KV_BBU_PROPERTIES, autoLearnMode) == 9, "bbu properties");
 TL_STATIC_ASSERT(offsetof(_KV_BBU_PROPERTIES, bbuMode) == 10, "bbu properties");
 TL_STATIC_ASSERT(sizeof(_KV_BBU_MODE_INFO) == 8, "bbu mode");
-TL_STATIC_ASSERT(offsetof(_KV_BBU_MODE_LIST, mode) == 4, "bbu mode list");
 
 #endif
