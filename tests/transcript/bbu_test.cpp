@@ -12,7 +12,6 @@
 
 namespace {
 
-using ctrltest::F;
 using ctrltest::Fault;
 using ctrltest::FirstTrace;
 using ctrltest::KorvaneScenario;

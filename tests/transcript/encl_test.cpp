@@ -9,7 +9,6 @@
 
 namespace {
 
-using ctrltest::F;
 using ctrltest::Fault;
 using ctrltest::FirstTrace;
 using ctrltest::KorvaneScenario;
@@ -20,12 +19,9 @@ using ctrltest::Unpaged;
 // Blank lines after each answer the pager's pauses and "Press ENTER"; the
 // menu's number prompt skips the rest.
 RunResult RunEncl(const std::vector<std::string>& items, const std::string& scenarioText = "") {
-    RunSpec spec;
-    spec.scenarioText = scenarioText;
     std::string input = "10\n";
     for (const std::string& item : items) input += item + std::string(30, '\n');
-    spec.input = StartInput(input);
-    return RunTool(spec);
+    return RunWith(scenarioText.empty() ? "default" : scenarioText, input);
 }
 
 const std::string kIdPrompt = F("\t%-30s ", "Enter Enclosure Device Id");
@@ -211,9 +207,7 @@ TEST(EnclLocateShutdown, RefusalsAndAPoweredDownEnclosure) {
 
 // The default preset's enclosures hold array members and spares.
 TEST(EnclLocateShutdown, EnclosureWithConfiguredDrivesStaysUp) {
-    RunSpec spec;
-    spec.input = StartInput("10\n5\n8\n" + std::string(30, '\n'));
-    RunResult r = RunTool(spec);
+    RunResult r = RunEncl({"5\n8\n"});
     EXPECT_TRUE(ContainsInOrder(r.out, {kIdPrompt + "\n" + Failure("ShutdownEncl", 0x32)}));
 }
 

@@ -2,7 +2,6 @@
 // next-learn arithmetic, controller time as calendar text, the status
 // printer's branches by battery type, the mode list's statuses and a hostile
 // mode count, and the BVT-mode inputs of both groups.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -10,78 +9,51 @@
 #include <vector>
 
 #include "bbu.h"
-#include "../support/text_format.h"
 #include "enclosure.h"
+#include "fake_library.h"
 
 namespace {
 
-using textfmt::CountOf;
-using textfmt::F;
+// Thursday 2026-01-15 10:30:00 in controller time.
+constexpr U32 kThursday = 821788200u;
 
-struct Fake {
-    std::vector<_TL_LIB_CMD_PARAM_T> blocks;
-    std::vector<_TL_DCMD_INPUT_T> dcmds;
-    std::vector<U8> lastData;          // data of the last block as sent
-    KV_BBU_DESIGN_INFO design{};
-    U32 designStatus = 0;
-    KV_BBU_PROPERTIES props{};
-    std::vector<U32> modeStatuses;     // per mode-list call; 0 when the list runs out
-    U32 modeCount = 0;
-} gFake;
-
-U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
-    gFake.blocks.push_back(*b);
-    const U8* data = static_cast<const U8*>(b->pData);
-    gFake.lastData.assign(data, data ? data + b->dataSize : data);
-    if (b->cmdType == TL_PASSTHRU_CMD_TYPE && b->cmd == TL_DCMD_PASSTHRU) {
-        auto* in = static_cast<_TL_DCMD_INPUT_T*>(b->pData);
-        gFake.dcmds.push_back(*in);
-        if (in->opCode == KV_DCMD_CTRL_TIME_SECS_GET) {
-            const U32 now = 821788200u;
-            memcpy(in->pData, &now, sizeof now);
-            return 0;
-        }
-        const size_t call = gFake.dcmds.size() - 1;
-        if (call < gFake.modeStatuses.size() && gFake.modeStatuses[call]) return gFake.modeStatuses[call];
-        memset(in->pData, 0x11, in->dataTransferLength);
-        memcpy(in->pData, &gFake.modeCount, 4);
-        return 0;
-    }
-    if (b->cmdType == TL_BBU_CMD_TYPE && b->cmd == TL_GET_BBU_DESIGN_INFO) {
-        if (gFake.designStatus) return gFake.designStatus;
-        memcpy(b->pData, &gFake.design, sizeof gFake.design);
-    }
-    if (b->cmdType == TL_BBU_CMD_TYPE && b->cmd == TL_GET_BBU_PROPERTIES) memcpy(b->pData, &gFake.props, sizeof gFake.props);
-    return 0;
-}
-
-class BbuEnclOps : public ::testing::Test {
+// The shared fake, with the controller clock set, the data of every block
+// kept as sent, and the mode list answered per call: `modeStatuses[i]` for
+// call i when non-zero, else `modeCount` followed by bytes 0x11.
+class BbuEnclOps : public FakeLibraryTest {
   protected:
     void SetUp() override {
-        gFake = Fake{};
-        pfnProcessLibCommandKV = FakeEntry;
-        libKVPresent = 1;
-        memset(&gCtrlList, 0, sizeof gCtrlList);
-        gCtrlList.count = 1;
-        gSelController = 0;
-        gBVTMode = 0;
-        oldFp_ = fp;
-        fp = stderr;  // no paging
+        FakeLibraryTest::SetUp();
         setenv("TZ", "UTC", 1);
         tzset();
+        gFake.SetDcmd(KV_DCMD_CTRL_TIME_SECS_GET, kThursday);
+        gFake.answer = [this](_TL_LIB_CMD_PARAM_T* b, U32* status) { return Answer(b, status); };
     }
-    void TearDown() override {
-        gBVTMode = 0;
-        gSelController = -1;
-        fp = oldFp_;
+    bool Answer(_TL_LIB_CMD_PARAM_T* b, U32* status) {
+        const U8* data = static_cast<const U8*>(b->pData);
+        lastData.assign(data, data ? data + b->dataSize : data);
+        if (b->cmdType != TL_PASSTHRU_CMD_TYPE || b->cmd != TL_DCMD_PASSTHRU) return false;
+        auto* in = static_cast<_TL_DCMD_INPUT_T*>(b->pData);
+        if (in->opCode != KV_DCMD_BBU_MODES_GET) return false;
+        modeQueries.push_back(*in);
+        const size_t call = modeQueries.size() - 1;
+        *status = call < modeStatuses.size() ? modeStatuses[call] : 0;
+        if (*status == 0) {
+            memset(in->pData, 0x11, in->dataTransferLength);
+            memcpy(in->pData, &modeCount, sizeof modeCount);
+        }
+        return true;
     }
-    template <typename Fn>
-    std::string Capture(Fn fn) {
-        testing::internal::CaptureStdout();
-        fn();
-        return testing::internal::GetCapturedStdout();
+    void NewModeList(std::vector<U32> statuses, U32 count) {
+        gFake.blocks.clear();
+        modeQueries.clear();
+        modeStatuses = std::move(statuses);
+        modeCount = count;
     }
-    FILE* oldFp_ = nullptr;
+    std::vector<U8> lastData;
+    std::vector<_TL_DCMD_INPUT_T> modeQueries;
+    std::vector<U32> modeStatuses;
+    U32 modeCount = 0;
 };
 
 TEST(NextLearnTime, DaysHoursMinutesAndSecondsByTheSchedulingRules) {
@@ -100,13 +72,13 @@ TEST(NextLearnTime, DaysHoursMinutesAndSecondsByTheSchedulingRules) {
 }
 
 TEST_F(BbuEnclOps, ControllerTimeAsCalendarTextWithTheYearBeforeTheTime) {
-    EXPECT_EQ(Capture([] { DisplayinHumanReadableFormat(821788200u); }), "Thu Jan 15 2026 10:30:00 \n");
-    EXPECT_EQ(Capture([] { DisplayinHumanReadableFormat(0); }), "Sat Jan  1 2000 00:00:00 \n");
+    EXPECT_EQ(Printed([] { DisplayinHumanReadableFormat(821788200u); }), "Thu Jan 15 2026 10:30:00 \n");
+    EXPECT_EQ(Printed([] { DisplayinHumanReadableFormat(0); }), "Sat Jan  1 2000 00:00:00 \n");
 }
 
 TEST_F(BbuEnclOps, StatusWithoutBatteryAndForAnIbbu) {
     KV_BBU_STATUS st{};
-    EXPECT_EQ(Capture([&] { PrintBBUStatus(&st); }),
+    EXPECT_EQ(Printed([&] { PrintBBUStatus(&st); }),
               F("\t%-30s\n\n", "___Printing BBU Status___") + "No Battery Present\n");
 
     st.batteryType = 1;
@@ -114,7 +86,7 @@ TEST_F(BbuEnclOps, StatusWithoutBatteryAndForAnIbbu) {
     st.current = -450;
     st.temperature = 31;
     st.detail.ibbu = {7, 88, 1, 2, 650, 81, 3, 47, {}};
-    EXPECT_EQ(Capture([&] { PrintBBUStatus(&st); }),
+    EXPECT_EQ(Printed([&] { PrintBBUStatus(&st); }),
               F("\t%-30s\n\n", "___Printing BBU Status___") + F("\t%-30s ", "BBU Battery Type: ") + "IBBU" +
                   F("\n\t%-30s %d %s\n", "BBU Voltage", 4012, "mV") + F("\t%-30s %d %s\n", "BBU Current", -450, "mA") +
                   F("\t%-30s %d %s\n", "BBU Temperature", 31, "deg C") + "\tBattery Backup Charge Time : " +
@@ -131,7 +103,7 @@ TEST_F(BbuEnclOps, StatusWarningsFlagsAndCapacitorPacks) {
     st.batteryType = 2;
     st.fwStatus.w = 0x7FFF;  // every flag with a line
     st.detail.ibbu.retentionTime = 48;
-    std::string out = Capture([&] { PrintBBUStatus(&st); });
+    std::string out = Printed([&] { PrintBBUStatus(&st); });
     std::string flags = F("\t%-30s", "Firmware Status") + F("\t%-25s\n", "Battery Needs To Be Replaced");
     for (const char* t : {"Charge Active", "Discharge Active", "I2C Errors Detected", "Learn Cycle Active",
                           "Learn Cycle Failed", "Learn Cycle Requested", "Learn Cycle Timeout", "Pack Missing",
@@ -143,8 +115,10 @@ TEST_F(BbuEnclOps, StatusWarningsFlagsAndCapacitorPacks) {
     // TMM-C: the design's device name is the type, no warning whatever the bits.
     st.batteryType = 6;
     st.fwStatus.w = 0x34A43;
-    memcpy(gFake.design.deviceName, "TMMC-ABC", 8);  // a full field
-    out = Capture([&] { PrintBBUStatus(&st); });
+    KV_BBU_DESIGN_INFO design{};
+    memcpy(design.deviceName, "TMMC-ABC", 8);  // a full field
+    gFake.Set(TL_BBU_CMD_TYPE, TL_GET_BBU_DESIGN_INFO, design);
+    out = Printed([&] { PrintBBUStatus(&st); });
     EXPECT_NE(out.find(F("\n\t%-30s %s\n", "BBU Battery Type: ", "TMMC-ABC") + F("\n\t%-30s", "BBU Voltage")),
               std::string::npos) << out;
     EXPECT_EQ(out.find("Non-Operational"), std::string::npos);
@@ -153,9 +127,9 @@ TEST_F(BbuEnclOps, StatusWarningsFlagsAndCapacitorPacks) {
     // IBBU08 with a sub-type reads the design too; its failure ends the report.
     st.batteryType = 5;
     st.subType = 1;
-    gFake.designStatus = 0x22;
+    gFake.statuses[{TL_BBU_CMD_TYPE, TL_GET_BBU_DESIGN_INFO}] = 0x22;
     int rval = 0;
-    out = Capture([&] { rval = PrintBBUStatus(&st); });
+    out = Printed([&] { rval = PrintBBUStatus(&st); });
     EXPECT_EQ(rval, 0x22);
     EXPECT_EQ(out, F("\t%-30s\n\n", "___Printing BBU Status___") +
                        "GetBBUDesignInfo : ProcessLibCommandCall failed; rval = 0x22\n");
@@ -170,7 +144,7 @@ TEST_F(BbuEnclOps, DesignRecordWithAnImpossibleDateAndFullTextFields) {
     memcpy(d.deviceChemistry, "CHEMX", 5);
     memcpy(d.moduleVersion, "MODVER08", 8);
     d.bbuMode = 0xFF;  // the next field is not text
-    std::string out = Capture([&] { PrintBBUDesignInfo(&d, 1, 1); });
+    std::string out = Printed([&] { PrintBBUDesignInfo(&d, 1, 1); });
     EXPECT_NE(out.find(F("\t%-30s %d-%d-%d\n", "BBU Design Date", 15, 31, 65535)), std::string::npos) << out;
     EXPECT_NE(out.find(F("\t%-30s %s \n", "BBU Device name", "DEVNAME8") +
                        F("\t%-30s %s \n", "BBU Module Version", "MODVER08")),
@@ -182,63 +156,61 @@ TEST_F(BbuEnclOps, DesignRecordWithAnImpossibleDateAndFullTextFields) {
 }
 
 TEST_F(BbuEnclOps, ModeListStatusesAndAHostileCount) {
-    gFake.modeStatuses = {34};
-    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "No Supported HW Present\n");
-    gFake = Fake{};
-    gFake.modeStatuses = {61};
-    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "Hardware Unsupported\n");
-    gFake = Fake{};
-    gFake.modeCount = 1;
-    gFake.modeStatuses = {0, 61};
-    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }),
+    NewModeList({34}, 0);
+    EXPECT_EQ(Printed([] { GetAvailableBBUModes(); }), "No Supported HW Present\n");
+    NewModeList({61}, 0);
+    EXPECT_EQ(Printed([] { GetAvailableBBUModes(); }), "Hardware Unsupported\n");
+    NewModeList({0, 61}, 1);
+    EXPECT_EQ(Printed([] { GetAvailableBBUModes(); }),
               "GetAvailableBBUModes : ProcessLibCommandCall failed ;  rval = 0x3D\n");
-    gFake = Fake{};
-    EXPECT_EQ(Capture([] { GetAvailableBBUModes(); }), "\n\n BBU Modes not available\n");
-    const _TL_DCMD_INPUT_T& q = gFake.dcmds[0];
+    NewModeList({}, 0);
+    EXPECT_EQ(Printed([] { GetAvailableBBUModes(); }), "\n\n BBU Modes not available\n");
+    const _TL_DCMD_INPUT_T& q = modeQueries[0];
     EXPECT_EQ(q.opCode, 0x05070100u);
     EXPECT_EQ(q.mbox.b[0], 2);
     EXPECT_EQ(q.dataTransferLength, 12u);
     EXPECT_EQ(gFake.blocks[0].dataSize, sizeof(_TL_DCMD_INPUT_T));
 
     // A count far beyond any mode list: the list asked for (and printed) is bounded.
-    gFake = Fake{};
-    gFake.modeCount = 0xFFFFFFFFu;
-    std::string out = Capture([] { GetAvailableBBUModes(); });
-    ASSERT_EQ(gFake.dcmds.size(), 2u);
-    EXPECT_EQ(gFake.dcmds[1].dataTransferLength, 256u * 12u);
+    NewModeList({}, 0xFFFFFFFFu);
+    std::string out = Printed([] { GetAvailableBBUModes(); });
+    ASSERT_EQ(modeQueries.size(), 2u);
+    EXPECT_EQ(modeQueries[1].dataTransferLength, 256u * 12u);
     EXPECT_EQ(CountOf(out, F("\t%-30s : %d\n", "BBU MODE ID", 0x11)), 256) << out.substr(0, 400);
 }
 
 TEST_F(BbuEnclOps, BvtModeTakesItsInputsWithoutPrompts) {
     gBVTMode = 1;
-    gFake.props.autoLearnPeriod = 2592000;
-    gFake.props.nextLearnTime = 821788200u;
-    gFake.props.learnDelayInterval = 7;
-    gFake.props.autoLearnMode = 1;
-    std::string out = Capture([] { SetBBUProperties(); });
+    KV_BBU_PROPERTIES props{};
+    props.autoLearnPeriod = 2592000;
+    props.nextLearnTime = kThursday;
+    props.learnDelayInterval = 7;
+    props.autoLearnMode = 1;
+    gFake.Set(TL_BBU_CMD_TYPE, TL_GET_BBU_PROPERTIES, props);
+    std::string out = Printed([] { SetBBUProperties(); });
     EXPECT_EQ(out, "\nBBU Learn Scheduled at - Thu Jan 15 2026 10:30:00 \n\nSetBBUProperties completed successfully.\n");
-    ASSERT_EQ(gFake.lastData.size(), sizeof(KV_BBU_PROPERTIES));
+    ASSERT_EQ(lastData.size(), sizeof(KV_BBU_PROPERTIES));
     KV_BBU_PROPERTIES sent;
-    memcpy(&sent, gFake.lastData.data(), sizeof sent);
+    memcpy(&sent, lastData.data(), sizeof sent);
     EXPECT_EQ(sent.learnDelayInterval, 100);
     EXPECT_EQ(sent.autoLearnMode, 1);
     EXPECT_EQ(sent.nextLearnTime, 821788200u);
 
     // Scheduling in BVT mode: Sunday, hour 0, from Thursday 10:30:00.
     KV_BBU_PROPERTIES p{};
-    Capture([&] { SetAutoLearnParameters(&p); });
+    Printed([&] { SetAutoLearnParameters(&p); });
     EXPECT_EQ(p.nextLearnTime, 821788200u + 2 * 86400u + 13 * 3600u + 30 * 60u);
 
     gEnclID = 9;
-    EXPECT_EQ(Capture([] { LocateEncl(); }), "LocateEncl : ProcessLibCommandCall Successfull\n");
+    EXPECT_EQ(Printed([] { LocateEncl(); }), "LocateEncl : ProcessLibCommandCall Successfull\n");
     EXPECT_EQ(gFake.blocks.back().enclRef.deviceId, 9);
-    EXPECT_EQ(Capture([] { SetEnclElement(); }), "");
+    EXPECT_EQ(Printed([] { SetEnclElement(); }), "");
     const _TL_LIB_CMD_PARAM_T& set = gFake.blocks.back();
     EXPECT_EQ(set.cmdParam_1b[0], 4);
     EXPECT_EQ(set.dataSize, 32u);
-    EXPECT_EQ(gFake.lastData[0], 50);
-    EXPECT_EQ(gFake.lastData[1], 45);
-    Capture([] { GetEnclElement(); });
+    EXPECT_EQ(lastData[0], 50);
+    EXPECT_EQ(lastData[1], 45);
+    Printed([] { GetEnclElement(); });
     EXPECT_EQ(gFake.blocks.back().cmd, TL_GET_ENCL_ELEMENT);
     EXPECT_EQ(gFake.blocks.back().cmdParam_1b[0], 4);
     EXPECT_EQ(gFake.blocks.back().cmdParam_1b[1], 0);

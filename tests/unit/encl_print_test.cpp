@@ -7,34 +7,16 @@
 #include <memory>
 #include <string>
 
-#include "../support/text_format.h"
 #include "enclosure.h"
+#include "fake_library.h"
 
 namespace {
-
-using textfmt::CountOf;
-using textfmt::F;
 
 std::string Count(const char* label, int n, bool first = false) { return F(first ? "\t%-30s %d\n" : "\n\t%-30s %d\n", label, n); }
 std::string Heading(const char* label, int i) { return F("\n\t%-30s %-d\n", label, i); }
 std::string Line(const char* label, const char* text) { return F("\t%-30s %s\n", label, text); }
 
-class EnclPrint : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        oldFp_ = fp;
-        fp = stderr;  // no paging
-        gBVTMode = 0;
-    }
-    void TearDown() override { fp = oldFp_; }
-    template <typename Fn>
-    std::string Capture(Fn fn) {
-        testing::internal::CaptureStdout();
-        fn();
-        return testing::internal::GetCapturedStdout();
-    }
-    FILE* oldFp_ = nullptr;
-};
+class EnclPrint : public FakeLibraryTest {};
 
 void SetElement(_TL_ENCL_ELEMENT_T& e, U8 b1, U8 b2, U8 b3, U32 status) {
     e.sesStatus[1] = b1;
@@ -45,7 +27,7 @@ void SetElement(_TL_ENCL_ELEMENT_T& e, U8 b1, U8 b2, U8 b3, U32 status) {
 
 TEST_F(EnclPrint, EmptyEnclosurePrintsOnlyTheCountLines) {
     auto st = std::make_unique<_TL_ENCL_STATUS_T>();
-    EXPECT_EQ(Capture([&] { PrintEnclStatus(st.get()); }),
+    EXPECT_EQ(Printed([&] { PrintEnclStatus(st.get()); }),
               F("\t%-30s\n\n", "___Printing Enclosure Info___") + Count("Number of Slots", 0, true) +
                   Count("Number of Power Supplies", 0) + Count("Number of Fans", 0) +
                   Count("Number of Temperature Sensors", 0) + Count("Number of Alarms", 0) +
@@ -74,7 +56,7 @@ TEST_F(EnclPrint, ShortStatusDecodesEachGroupAtItsPosition) {
     SetElement(e[7], 0, 52, 0, 1);
     SetElement(e[8], 0, 0, 0x46, 1);
     SetElement(e[9], 0, 0x01, 0, 7);
-    std::string out = Capture([&] { PrintEnclStatus(st.get()); });
+    std::string out = Printed([&] { PrintEnclStatus(st.get()); });
     std::string expected =
         F("\t%-30s\n\n", "___Printing Enclosure Info___") + Count("Number of Slots", 1, true) + Heading("Slot", 0) +
         Line("Slot Status", "Not Installed") + Count("Number of Power Supplies", 2) + Heading("Power Supply ", 0) +
@@ -118,7 +100,7 @@ TEST_F(EnclPrint, ExtendedStatusSkipsGroupsButCountsTheirRecords) {
     const U16 minus200 = static_cast<U16>(-200);
     SetElement(e[7], 0x0F, minus200 & 0xFF, minus200 >> 8, 2);
     SetElement(e[8], 0, 0xB0, 0x04, 1);     // 0x04B0 = 1200 -> 12000 mV
-    std::string out = Capture([&] { PrintEnclStatusEx(ex.get()); });
+    std::string out = Printed([&] { PrintEnclStatusEx(ex.get()); });
     const std::string upsFlags = Line("UPS Status:", "AC Fail") + Line("UPS Status:", "AC High") +
                                  Line("UPS Status:", "AC Low") + Line("UPS Status:", "AC Qual") +
                                  Line("UPS Status:", "Battery Fail") + Line("UPS Status:", "DC Fail") +
@@ -149,7 +131,7 @@ TEST_F(EnclPrint, HostileCountsStopAtTheEndOfTheRecord) {
     auto st = std::make_unique<_TL_ENCL_STATUS_T>();
     st->slotCount = 0xFFFFFFFFu;
     st->psCount = 5;
-    std::string out = Capture([&] { PrintEnclStatus(st.get()); });
+    std::string out = Printed([&] { PrintEnclStatus(st.get()); });
     EXPECT_NE(out.find(Heading("Slot", TL_ENCL_STATUS_ELEMENTS - 1)), std::string::npos);
     EXPECT_EQ(out.find(Heading("Slot", TL_ENCL_STATUS_ELEMENTS)), std::string::npos);
     // The later groups lie wholly past the record: only their count lines.
@@ -158,7 +140,7 @@ TEST_F(EnclPrint, HostileCountsStopAtTheEndOfTheRecord) {
 
     auto ex = std::make_unique<_TL_ENCL_STATUS_EX_T>();
     memset(reinterpret_cast<U8*>(ex.get()) + offsetof(_TL_ENCL_STATUS_EX_T, deviceCount), 0xFF, SES_EX_GROUP_COUNT);
-    out = Capture([&] { PrintEnclStatusEx(ex.get()); });
+    out = Printed([&] { PrintEnclStatusEx(ex.get()); });
     EXPECT_NE(out.find(Heading("Device ", TL_ENCL_STATUS_EX_ELEMENTS - 1)), std::string::npos);
     // 255 devices then 255 supplies: the record holds 239 in all.
     EXPECT_EQ(out.find(Heading("Device ", TL_ENCL_STATUS_EX_ELEMENTS)), std::string::npos);
@@ -199,7 +181,7 @@ std::string TypeBlock(const char* name, const char* text, int count, int sub) {
 
 TEST_F(EnclPrint, ConfigurationNamesTypesAndWalksTheTexts) {
     auto cfg = Config(0, {{1, 12, 0, "Drive Slots"}, {0x50, 1, 2, ""}, {128, 3, 0, "OEM"}, {23, 4, 1, "Bays"}});
-    std::string out = Capture([&] { PrintEnclConfigInfo(cfg.get()); });
+    std::string out = Printed([&] { PrintEnclConfigInfo(cfg.get()); });
     EXPECT_EQ(out, F("\t%-30s : %s\n", "Vendor ID", "VENDORXY") + F("\t%-30s : %s\n", "Product ID", "PRODUCT") +
                        F("\t%-30s : %s\n", "Product Revision Level", "0E12") + "\n" +
                        TypeBlock("Device", "Drive Slots", 12, 0) + TypeBlock("Unknown (0x50)", "", 1, 2) +
@@ -209,7 +191,7 @@ TEST_F(EnclPrint, ConfigurationNamesTypesAndWalksTheTexts) {
 TEST_F(EnclPrint, ConfigurationVendorBlockAndHostileLengths) {
     // Vendor-specific bytes move the headers.
     auto cfg = Config(8, {{2, 2, 0, "PSU"}});
-    std::string out = Capture([&] { PrintEnclConfigInfo(cfg.get()); });
+    std::string out = Printed([&] { PrintEnclConfigInfo(cfg.get()); });
     EXPECT_NE(out.find(F("\n\t%-30s\n\n", "__Vendor Specific Info End__") + "\n" + TypeBlock("Power Supply", "PSU", 2, 0)),
               std::string::npos);
 
@@ -217,7 +199,7 @@ TEST_F(EnclPrint, ConfigurationVendorBlockAndHostileLengths) {
     cfg = Config(0, {});
     cfg->vendorSpecificLen = 0xFFFFFFF0u;
     reinterpret_cast<U8*>(cfg.get())[26] = 255;
-    out = Capture([&] { PrintEnclConfigInfo(cfg.get()); });
+    out = Printed([&] { PrintEnclConfigInfo(cfg.get()); });
     EXPECT_EQ(out.find("Element Type"), std::string::npos);
 
     cfg = Config(1024 - 64 - 4 - 2, {});
@@ -227,7 +209,7 @@ TEST_F(EnclPrint, ConfigurationVendorBlockAndHostileLengths) {
     memcpy(rec + 1024 - 6, h, 4);
     rec[1022] = 'A';
     rec[1023] = 'B';
-    out = Capture([&] { PrintEnclConfigInfo(cfg.get()); });
+    out = Printed([&] { PrintEnclConfigInfo(cfg.get()); });
     EXPECT_NE(out.find(TypeBlock("Temperature Sensor", "AB", 1, 0)), std::string::npos);
 }
 
