@@ -300,6 +300,11 @@ KV_BBU_STATUS BuildBbuStatus(const Bbu& b) {
     return s;
 }
 
+U16 BatteryHealthBits(const Bbu& b) {
+    const KV_BBU_STATUS s = BuildBbuStatus(b);
+    return static_cast<U16>(s.fwStatus.packMissing | (s.fwStatus.voltageLow << 1) | (s.fwStatus.temperatureHigh << 2));
+}
+
 KV_BBU_CAPACITY_INFO BuildBbuCapacity(const Bbu& b) {
     KV_BBU_CAPACITY_INFO r{};
     const double soc = Soc(b);

@@ -27,6 +27,10 @@ KV_BBU_CAPACITY_INFO BuildBbuCapacity(const Bbu& b);
 KV_BBU_DESIGN_INFO BuildBbuDesign(const Bbu& b);
 KV_BBU_PROPERTIES BuildBbuProperties(const Library& lib, Bbu& b);
 
+// The battery bits of the controller health record: pack missing (bit 0),
+// voltage low (bit 1), temperature high (bit 2).
+U16 BatteryHealthBits(const Bbu& b);
+
 // Commands; each returns the firmware status.
 U32 RequestLearn(Library& lib, Controller& c);
 U32 WriteBbuProperties(Library& lib, Controller& c, const KV_BBU_PROPERTIES& p);

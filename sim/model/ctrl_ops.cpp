@@ -14,9 +14,12 @@
 
 #include "core/clock.h"
 #include "kfistat.h"
+#include "ses.h"
 #include "model/activity.h"
+#include "model/battery.h"
 #include "model/config_records.h"
 #include "model/drive_states.h"
+#include "model/encl.h"
 #include "model/events.h"
 
 namespace tarselsim {
@@ -440,35 +443,35 @@ _TL_CTRL_HEALTH_T BuildCtrlHealth(const Controller& c) {
         else if (d.predFailCount > 0) ++h.pdPredFailCount;
         else ++h.pdOptimalCount;
     }
-    // Enclosure elements: all optimal, except a faulted enclosure's first
-    // power supply and the temperature sensors, which follow the hottest
-    // drive of the enclosure (50 C non-critical, 60 C critical). An element
-    // status model, where one exists, is the better source.
+    // Enclosure elements as the element model reports them; on top, a
+    // faulted enclosure's first optimal power supply counts as critical, and
+    // one optimal temperature sensor follows the hottest drive of the
+    // enclosure (50 C non-critical, 60 C critical).
     h.enclCount = static_cast<U16>(std::min<size_t>(c.enclosures.size(), TL_MAX_ENCL_HEALTH));
     for (U16 i = 0; i < h.enclCount; ++i) {
         const Enclosure& e = c.enclosures[i];
         _TL_ENCL_HEALTH_T& eh = h.enclHealth[i];
-        eh.powerSupply.optimalCount = e.psCount;
-        if (e.fault && e.psCount > 0) {
+        CountElementHealth(c, e, SES_TYPE_POWER_SUPPLY, eh.powerSupply);
+        CountElementHealth(c, e, SES_TYPE_COOLING, eh.fan);
+        CountElementHealth(c, e, SES_TYPE_TEMPERATURE_SENSOR, eh.tempSensor);
+        CountElementHealth(c, e, SES_TYPE_SES_CTRL_ELECTRONICS, eh.sim);
+        if (e.fault && eh.powerSupply.optimalCount > 0) {
             --eh.powerSupply.optimalCount;
-            eh.powerSupply.criticalCount = 1;
+            ++eh.powerSupply.criticalCount;
         }
-        eh.fan.optimalCount = e.fanCount;
-        eh.sim.optimalCount = e.simCount;
         U8 hottest = 0;
         for (const Drive& d : c.drives)
             if (d.enclDeviceId == e.deviceId && d.deviceId != e.deviceId && d.temperature != 255)
                 hottest = std::max(hottest, d.temperature);
-        eh.tempSensor.optimalCount = e.tempSensorCount;
-        if (e.tempSensorCount > 0 && hottest >= 50) {
+        if (eh.tempSensor.optimalCount > 0 && hottest >= 50) {
             --eh.tempSensor.optimalCount;
-            if (hottest >= 60) eh.tempSensor.criticalCount = 1;
-            else eh.tempSensor.nonCriticalCount = 1;
+            if (hottest >= 60) ++eh.tempSensor.criticalCount;
+            else ++eh.tempSensor.nonCriticalCount;
         }
     }
     h.bbuPresent = c.info.hwPresent.bbu ? 1 : 0;
-    // Battery: the scenario's health bits (the hook for a battery model).
-    if (h.bbuPresent) h.bbuHealth.w = c.ops.bbuHealthBits & 0x7;
+    // Battery: the unit's own conditions and the scenario's health bits.
+    if (h.bbuPresent) h.bbuHealth.w = static_cast<U16>((c.ops.bbuHealthBits | BatteryHealthBits(c.bbu)) & 0x7);
     h.nvramUnCorrectableErrorCount = c.ops.nvramUncorrectableErrors;
     return h;
 }

@@ -98,8 +98,8 @@ struct CtrlOpsState {
     bool selfCheckFails = false;   // the self-check diagnostic reports a failed test
     U16 nvramUncorrectableErrors = 0;
     // Battery health bits of the health record (pack missing, voltage low,
-    // temperature high) as the scenario gives them; the battery model, where
-    // one exists, decides them instead (BuildCtrlHealth).
+    // temperature high) as the scenario gives them, on top of the battery
+    // model's own (BuildCtrlHealth).
     U16 bbuHealthBits = 0;
     bool partitionsGiven = false;  // false: every logical drive gets the default tables
     std::vector<PartitionTable> partitions;

@@ -267,6 +267,21 @@ U8 ElementStatusWord(const Controller& c, const Enclosure& e, const EnclElement&
     return SES_STATUS_OK;
 }
 
+void CountElementHealth(const Controller& c, const Enclosure& e, U8 type, _TL_ENCL_ELEM_HEALTH_T& counts) {
+    for (const EnclElement& el : e.elements) {
+        if (el.type != type) continue;
+        switch (ElementStatusWord(c, e, el)) {
+        case SES_STATUS_OK: ++counts.optimalCount; break;
+        case SES_STATUS_CRITICAL: ++counts.criticalCount; break;
+        case SES_STATUS_NON_CRITICAL: ++counts.nonCriticalCount; break;
+        case SES_STATUS_UNRECOVERABLE: ++counts.unrecoverableCount; break;
+        case SES_STATUS_NOT_INSTALLED: ++counts.notInstalledCount; break;
+        case SES_STATUS_NOT_AVAILABLE: ++counts.notAvailableCount; break;
+        default: ++counts.unknownCount; break;
+        }
+    }
+}
+
 void ElementStatusBytes(const Controller& c, const Enclosure& e, const EnclElement& el, U8 out[4]) {
     const U8 word = ElementStatusWord(c, e, el);
     memcpy(out, el.bits, 4);

@@ -40,6 +40,10 @@ EnclElement* FindElement(Enclosure& e, U8 type, int index);
 void ElementStatusBytes(const Controller& c, const Enclosure& e, const EnclElement& el, U8 out[4]);
 U8 ElementStatusWord(const Controller& c, const Enclosure& e, const EnclElement& el);
 
+// Adds the statuses of an enclosure's elements of a type to a health
+// record's counts (an unsupported element counts as unknown).
+void CountElementHealth(const Controller& c, const Enclosure& e, U8 type, _TL_ENCL_ELEM_HEALTH_T& counts);
+
 // Re-derives the statuses of sensors and fans from their readings, logging
 // an event for each threshold level crossed.
 void RefreshElementStatus(Library& lib, Controller& c, Enclosure& e);

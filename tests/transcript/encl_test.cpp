@@ -218,4 +218,24 @@ TEST(EnclFailures, InvalidControllerAndTheSharedStatusText) {
                                         kIdPrompt + "\nInvalid controller\n", Failure("GetEnclElement", 0x2D)}));
 }
 
+// The controller's health report counts the element statuses and the
+// battery's own conditions.
+TEST(EnclHealth, ControllerHealthCountsElementsAndTheBattery) {
+    const std::string scenario = ElementScenario() + "[korvane.controllers.bbu]\npack_missing = true\n";
+    RunResult r = RunWith(scenario, "3\n22\n" + std::string(30, '\n'));
+    auto counts = [](int optimal, int critical) {
+        std::string s;
+        const int values[] = {optimal, critical, 0, 0, 0, 0, 0};
+        const char* labels[] = {"Optimal Count", "Critical Count", "Non Critical Count", "UnRecoverable Count",
+                                "Not Installed Count", "Unknown Count", "Not Available Count"};
+        for (int i = 0; i < 7; ++i) s += F("\t%-35s %d\n", labels[i], values[i]);
+        return s;
+    };
+    EXPECT_TRUE(ContainsInOrder(Unpaged(r.out), {
+        "\nEnclosure 0 Health\nPower Supply Health\n" + counts(1, 1) + "\nFan Health\n" + counts(1, 1) +
+            "\nTemp Sensor Health\n" + counts(1, 0) + "\nSIM Health\n" + counts(1, 0),
+        "BBU Health\n\tPack Missing\n\tVoltage Normal\n\tTemperature Normal\n",
+    }));
+}
+
 }  // namespace
