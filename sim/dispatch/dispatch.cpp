@@ -1,6 +1,8 @@
 // The command dispatcher of the simulated library: validates the block,
 // checks initialisation, the addressed controller and configured faults,
 // then runs the registered handler, and traces every command.
+#include <algorithm>
+#include <cstring>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -80,6 +82,67 @@ U32 FaultStatus(Library& lib, const _TL_LIB_CMD_PARAM_T* blk) {
         if ((f.occurrence == 0 || f.seen == f.occurrence) && result == 0) result = f.status;
     }
     return result;
+}
+
+// ---- hostile records ----
+
+// Commands whose record only carries input to the library (settings, a
+// configuration, a firmware image, an array list): nothing comes back in
+// it, so it is left alone.
+bool RecordIsInputOnly(U8 type, U8 code) {
+    switch (type) {
+    case TL_SYSTEM_CMD_TYPE: return code == TL_SET_LIB_PARAMETERS;
+    case TL_CTRL_CMD_TYPE:
+        return code == TL_SET_CTRL_PROPERTIES || code == TL_FLASH_CTRL_FIRMWARE ||
+               code == TL_SET_PATROL_READ_PROPERTIES || code == TL_SET_MASTER_TRIGGER ||
+               code == TL_SET_EVENT_TRIGGERS || code == TL_SET_SCSI_TRIGGERS || code == TL_SET_ZPI_TRIGGERS;
+    case TL_PD_CMD_TYPE: return code == TL_MAKE_DEDICATED_HOTSPARE || code == TL_MAKE_HOTSPARE;
+    case TL_LD_CMD_TYPE: return code == TL_SET_LD_PROPERTIES || code == TL_START_RECONSTRUCTION;
+    case TL_CONFIG_CMD_TYPE: return code == TL_ADD_CONFIG || code == TL_RESIZE_ARRAY;
+    case TL_BBU_CMD_TYPE: return code == TL_SET_BBU_PROPERTIES;
+    case TL_ENCL_CMD_TYPE: return code == TL_SET_ENCL_ELEMENT;
+    default: return false;
+    }
+}
+
+// splitmix64: a small, well-mixed generator whose stream depends only on
+// the seed, so a failing run can be replayed.
+U64 NextRandom(U64& state) {
+    U64 z = (state += 0x9E3779B97F4A7C15ULL);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    return z ^ (z >> 31);
+}
+
+void Spoil(HostileRecords& h, void* record, size_t size) {
+    auto* bytes = static_cast<U8*>(record);
+    if (h.mode == HostileMode::Fill) {
+        memset(bytes, 0xFF, size);
+        return;
+    }
+    for (size_t at = 0; at < size; at += sizeof(U64)) {
+        U64 r = NextRandom(h.state);
+        memcpy(bytes + at, &r, std::min(sizeof r, size - at));
+    }
+}
+
+// Overwrites the record a successful command returned (for a direct
+// command, its data buffer when data comes from the controller). The
+// initialisation and the version are spared, so that the caller still
+// finds its controllers.
+void MakeHostile(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
+    HostileRecords& h = lib.hostile;
+    if (h.mode == HostileMode::Off || !blk->pData || blk->dataSize == 0) return;
+    if (blk->cmdType == TL_SYSTEM_CMD_TYPE && (blk->cmd == TL_INIT_LIB || blk->cmd == TL_GET_LIB_VER)) return;
+    if (blk->cmdType == TL_PASSTHRU_CMD_TYPE && blk->cmd == TL_DCMD_PASSTHRU) {
+        if (blk->dataSize != sizeof(_TL_DCMD_INPUT_T)) return;
+        auto* in = static_cast<_TL_DCMD_INPUT_T*>(blk->pData);
+        if ((in->flags & TL_DCMD_DIR_FROM_CTRL) && in->pData && in->dataTransferLength > 0)
+            Spoil(h, in->pData, in->dataTransferLength);
+        return;
+    }
+    if (RecordIsInputOnly(blk->cmdType, blk->cmd)) return;
+    Spoil(h, blk->pData, blk->dataSize);
 }
 
 U32 Run(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
@@ -171,6 +234,7 @@ U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk) {
         U32 status;
         try {
             status = Run(lib, blk);
+            if (status == 0) MakeHostile(lib, blk);
         } catch (const std::bad_alloc&) {
             status = TL_STATUS_MEMALLOC_FAILED;
         } catch (...) {

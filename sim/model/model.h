@@ -230,6 +230,17 @@ struct VirtualClock {
     double step = 0;           // virtual seconds added at every command received (deterministic progress)
 };
 
+// Hostile records, for testing the caller's robustness: after a command
+// that returns a record succeeds, the record is overwritten with seeded
+// random bytes or with 0xFF bytes.
+enum class HostileMode : U8 { Off, Random, Fill };
+
+struct HostileRecords {
+    HostileMode mode = HostileMode::Off;
+    U64 seed = 0;
+    U64 state = 0;             // the random stream, advanced by every record
+};
+
 // One library variant's whole state.
 struct Library {
     int family = TL_FAMILY_KV;
@@ -247,6 +258,7 @@ struct Library {
     VirtualClock clock;
     double modelTime = 0;             // virtual second the model was last advanced to (activity.h)
     LibParameters libParameters;      // TL_GET_LIB_PARAMETERS / TL_SET_LIB_PARAMETERS
+    HostileRecords hostile;
 
     // By the low 24 bits; only controllers this library reports (see visible).
     Controller* findController(U32 ctrlId);

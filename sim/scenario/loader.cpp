@@ -1,5 +1,8 @@
 // Finding, parsing and applying a scenario: the top-level tables, the
 // clock, and this variant's section with its faults and controllers.
+#include <cctype>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -77,6 +80,52 @@ void ReadClock(const Node* n, Library& lib) {
     if (env && strcmp(env, "fixed") == 0) c.fixed = true;
     if (c.fixed) startGiven = true;
     StartClock(lib, startGiven);
+}
+
+// A hostile-record mode by name: "off", "random" or "ff".
+bool HostileModeFromName(const std::string& name, HostileMode& mode) {
+    if (name == "off") mode = HostileMode::Off;
+    else if (name == "random") mode = HostileMode::Random;
+    else if (name == "ff") mode = HostileMode::Fill;
+    else return false;
+    return true;
+}
+
+void ReadHostile(const Node* n, Library& lib) {
+    HostileRecords& h = lib.hostile;
+    h = HostileRecords{};
+    if (!n) return;
+    TableReader t(*n, "hostile");
+    if (const Node* m = t.get("mode")) {
+        if (!HostileModeFromName(TableReader::AsString(*m, "'mode'", 8), h.mode))
+            Fail(*m, "hostile mode must be \"off\", \"random\" or \"ff\"");
+    }
+    h.seed = static_cast<U64>(t.integer("seed", 0, 0, INT64_MAX));
+    t.finish();
+}
+
+// TARSEL_SIM_HOSTILE overrides the scenario: "off", "random", "random:SEED"
+// or "ff". Returns false for any other text.
+bool ApplyHostileEnv(Library& lib) {
+    const char* env = getenv("TARSEL_SIM_HOSTILE");
+    if (!env || !*env) return true;
+    std::string text = env;
+    std::string name = text.substr(0, text.find(':'));
+    HostileRecords h = lib.hostile;
+    if (!HostileModeFromName(name, h.mode)) return false;
+    if (name.size() < text.size()) {
+        if (h.mode != HostileMode::Random) return false;
+        const char* digits = text.c_str() + name.size() + 1;
+        const bool hex = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+        if (hex) digits += 2;
+        char* end = nullptr;
+        errno = 0;
+        unsigned long long seed = strtoull(digits, &end, hex ? 16 : 10);
+        if (!isxdigit(static_cast<unsigned char>(*digits)) || *end || errno != 0) return false;
+        h.seed = seed;
+    }
+    lib.hostile = h;
+    return true;
 }
 
 void ReadFault(const Node& n, Library& lib) {
@@ -158,6 +207,7 @@ void Apply(const Node& root, Library& lib) {
     TableReader top(root, "the scenario");
     const char* mine = SectionOf(lib.family);
     ReadClock(top.table("clock"), lib);
+    ReadHostile(top.table("hostile"), lib);
     top.get("description");  // free text for the reader of the file
     for (const char* s : {"korvane", "px", "px2", "px3"}) {
         const Node* n = top.table(s);  // every variant section must at least be a table
@@ -180,6 +230,13 @@ bool LoadScenarioText(Library& lib, const std::string& text, const std::string& 
         error = "tarselsim: " + file + ":" + std::to_string(e.line) + ":" + std::to_string(e.column) + ": " + e.message;
         return false;
     }
+    if (!ApplyHostileEnv(fresh)) {
+        error = "tarselsim: TARSEL_SIM_HOSTILE: expected \"off\", \"random\", \"random:SEED\" or \"ff\", not \"" +
+                std::string(getenv("TARSEL_SIM_HOSTILE")) + "\"";
+        return false;
+    }
+    // Each variant draws its own stream from the seed.
+    fresh.hostile.state = fresh.hostile.seed ^ (0x9E3779B97F4A7C15ULL * static_cast<U64>(fresh.family + 1));
     fresh.scenarioLoaded = true;
     fresh.scenarioName = file;
     lib = std::move(fresh);
