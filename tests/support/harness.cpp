@@ -40,10 +40,7 @@ std::string ReadFile(const std::string& path) {
 // A run that crashed, hung, reported a sanitizer error or exited with an
 // unexpected status fails the test that made it, whatever else it checks.
 void CheckOutcome(const RunSpec& spec, const RunResult& r) {
-    bool sanitizer = false;
-    for (const char* mark : {"ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "WARNING: ThreadSanitizer",
-                             "ERROR: ThreadSanitizer", "runtime error:"})
-        sanitizer = sanitizer || r.out.find(mark) != std::string::npos;
+    const bool sanitizer = !SanitizerReport(r.out).empty();
     if (!r.timedOut && !sanitizer && r.status == spec.expectedStatus) return;
     std::string tail = r.out.size() > 3000 ? r.out.substr(r.out.size() - 3000) : r.out;
     ADD_FAILURE() << "tool run ended abnormally: "
@@ -53,6 +50,18 @@ void CheckOutcome(const RunSpec& spec, const RunResult& r) {
 }
 
 } // namespace
+
+std::string SanitizerReport(const std::string& out) {
+    // The error lines of each sanitizer. Their warnings are not reports: the
+    // printf interceptor, for one, warns about a conversion it cannot parse,
+    // which is no fault of the tool.
+    static const char* const kMarks[] = {"ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
+                                         "ERROR: UndefinedBehaviorSanitizer", "WARNING: ThreadSanitizer",
+                                         "ERROR: ThreadSanitizer", "runtime error:"};
+    for (const char* mark : kMarks)
+        if (out.find(mark) != std::string::npos) return mark;
+    return "";
+}
 
 std::string RunResult::file(const std::string& name) const { return ReadFile(workdir + "/" + name); }
 

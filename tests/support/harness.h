@@ -37,6 +37,10 @@ struct RunResult {
 
 RunResult RunTool(const RunSpec& runSpec);
 
+// The first sanitizer error line found in a run's output ("ERROR:
+// AddressSanitizer", "runtime error:", ...), or "" when there is none.
+std::string SanitizerReport(const std::string& out);
+
 // Standard input that walks the start: Enter at "Press Enter", then `rest`.
 std::string StartInput(const std::string& rest);
 
