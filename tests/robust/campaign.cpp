@@ -46,7 +46,9 @@ TEST(FuzzCampaign, Sessions) {
         if (!fault.empty()) {
             ++failures;
             std::filesystem::create_directories(outDir);
-            const std::string file = outDir + "/" + session.preset + "-" + std::to_string(session.seed) + ".input";
+            // A preset given as a path is named by its file name.
+            const std::string name = std::filesystem::path(session.preset).stem().string();
+            const std::string file = outDir + "/" + name + "-" + std::to_string(session.seed) + ".input";
             std::ofstream(file, std::ios::binary) << session.input;
             ADD_FAILURE() << fault << "\n"
                           << robust::Report(session, r) << "\ninput saved to " << file << "\nreplay: bench/fuzz.sh --replay "
