@@ -10,7 +10,8 @@
 # its seed, preset and exact input, and its input is saved in DIR (default
 # fuzz-failures/) as PRESET-SEED.input; --replay runs the tool once on such
 # a file and shows its output and exit status. MODE is a TARSEL_SIM_HOSTILE
-# value (random, random:SEED, ff): the simulator then returns hostile records.
+# value (random, random:SEED, ff): the simulator then returns hostile records;
+# plain "random" gives each session the bytes of its own seed.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 

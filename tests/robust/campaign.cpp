@@ -4,7 +4,8 @@
 //   TARSEL_FUZZ_SESSIONS  number of sessions
 //   TARSEL_FUZZ_PRESET    a preset name, or "all" (session i then runs on
 //                         preset i modulo the number of presets)
-//   TARSEL_FUZZ_HOSTILE   TARSEL_SIM_HOSTILE for every session ("" for none)
+//   TARSEL_FUZZ_HOSTILE   TARSEL_SIM_HOSTILE for every session ("" for none;
+//                         "random" without a seed: the session's own seed)
 //   TARSEL_FUZZ_OUT       directory for the inputs of failing sessions
 // Each failing session is reported with its seed, preset and exact input,
 // and its input is saved as <preset>-<seed>.input, ready for a replay.
@@ -39,7 +40,7 @@ TEST(FuzzCampaign, Sessions) {
         robust::Session session;
         session.seed = firstSeed + static_cast<uint64_t>(i);
         session.preset = presets[static_cast<size_t>(i) % presets.size()];
-        session.hostile = hostile;
+        session.hostile = hostile == "random" ? "random:" + std::to_string(session.seed) : hostile;
         session.input = robust::GenerateSession(session.seed);
         const RunResult r = robust::RunSession(session);
         const std::string fault = robust::FaultOf(r);
@@ -53,7 +54,8 @@ TEST(FuzzCampaign, Sessions) {
             ADD_FAILURE() << fault << "\n"
                           << robust::Report(session, r) << "\ninput saved to " << file << "\nreplay: bench/fuzz.sh --replay "
                           << file << " --preset " << session.preset
-                          << (hostile.empty() ? "" : " --hostile " + hostile) << "\nrerun:  bench/fuzz.sh --seed "
+                          << (session.hostile.empty() ? "" : " --hostile " + session.hostile)
+                          << "\nrerun:  bench/fuzz.sh --seed "
                           << session.seed << " --sessions 1 --preset " << session.preset
                           << (hostile.empty() ? "" : " --hostile " + hostile);
         }
