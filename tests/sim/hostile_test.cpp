@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -32,6 +33,9 @@ struct Hostile {
 };
 
 TEST(SimHostile, FillModeOverwritesReturnedRecordsAndSparesTheStart) {
+    const std::string trace = SimTempDir() + "/hostile-trace.txt";
+    remove(trace.c_str());
+    ScopedEnv tracing("TARSEL_SIM_TRACE", trace.c_str());
     Hostile h("ff");
     ASSERT_EQ(h.status, 0u) << h.lib.error();
     // The controller list and the version are intact.
@@ -45,6 +49,11 @@ TEST(SimHostile, FillModeOverwritesReturnedRecordsAndSparesTheStart) {
     KV_CTRL_INFO info{};
     ASSERT_EQ(h.Info(&info), 0u);
     EXPECT_TRUE(AllBytes(&info, sizeof info, 0xFF));
+    // Traced as usual.
+    const auto lines = ReadLines(trace);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_NE(lines.back().find(" type=1 code=0 "), std::string::npos) << lines.back();
+    EXPECT_NE(lines.back().find(" status=0x0 "), std::string::npos) << lines.back();
 
     // The data buffer of a direct command from the controller, not its
     // input record.
