@@ -15,7 +15,7 @@ using robust::kSanitized;
 // Sessions per test; each preset runs kChunks tests, which ctest spreads
 // over the machine's cores.
 constexpr int kChunks = 4;
-constexpr int kSessionsPerChunk = kSanitized ? 36 : 120;
+constexpr int kSessionsPerChunk = kSanitized ? 30 : 120;
 
 // The first seed of a preset's chunk: fixed, independent of the other presets.
 uint64_t FirstSeed(const std::string& preset, int chunk) {

@@ -25,6 +25,7 @@ RunResult RunSession(const Session& session) {
     spec.scenario = session.preset;
     spec.scenarioText = session.scenarioText;
     spec.input = session.input;
+    spec.libdir = session.libdir;
     spec.timeoutSeconds = kSessionSeconds;
     spec.expectedStatus = -1;  // judged by FaultOf, with the replay report
     if (!session.hostile.empty()) spec.env["TARSEL_SIM_HOSTILE"] = session.hostile;

@@ -28,6 +28,7 @@ struct Session {
     std::string preset = "default";  // preset name (or a file path)
     std::string scenarioText;        // if set: used instead of the preset
     std::string hostile;             // TARSEL_SIM_HOSTILE value; "" for none
+    std::string libdir;              // TARSELTEST_LIBDIR; "" for the built simulator
     std::string input;               // the whole standard input
     uint64_t seed = 0;               // generator seed, for the report
 };
