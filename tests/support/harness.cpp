@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -70,6 +71,10 @@ bool RunResult::hasFile(const std::string& name) const { return access((workdir 
 RunResult RunTool(const RunSpec& runSpec) {
     RunResult r;
     r.workdir = MakeTempDir();
+    r.workdirGuard = std::shared_ptr<void>(nullptr, [dir = r.workdir](void*) {
+        std::error_code ignored;
+        if (dir != "/tmp") std::filesystem::remove_all(dir, ignored);
+    });
     for (const auto& [name, text] : runSpec.files) WriteFile(r.workdir + "/" + name, text);
     std::string scenario = runSpec.scenario;
     if (!runSpec.scenarioText.empty()) {

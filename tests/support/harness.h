@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,8 @@ struct RunResult {
     int status = -1;                       // exit status; 128+signal when killed
     bool timedOut = false;
     std::vector<std::string> trace;        // simulator trace lines
-    std::string workdir;                   // the run's current directory (kept until exit)
+    std::string workdir;                   // the run's current directory (removed with the last copy of the result)
+    std::shared_ptr<void> workdirGuard;    // removes workdir when the last copy goes
     std::string file(const std::string& name) const;  // contents of a file in workdir ("" if none)
     bool hasFile(const std::string& name) const;
 };
