@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string>
 
+#include <gtest/gtest-spi.h>
+
 #include "harness.h"
 
 namespace {
@@ -89,6 +91,20 @@ TEST(Startup, OnlyPX3PresentGetsTheDefaultAddress) {
     // count 1, flags 0, then channel 245 (0xF5), device 2
     EXPECT_NE(init[0].find(" size=260 "), std::string::npos);
     EXPECT_NE(init[0].find(" data=01000000F5020000"), std::string::npos) << init[0];
+}
+
+// The harness itself: a run that prints everything and then dies by a
+// signal (as a sanitizer or leak report at exit does) fails the test.
+RunSpec gAbortingRun;
+
+TEST(Harness, RunEndingBySignalAfterItsOutputFailsTheTest) {
+    gAbortingRun.libdir = LibDir({{"libtarsel.so", std::string(TARSEL_TESTLIB_DIR) + "/libabortexit.so"}});
+    gAbortingRun.input = StartInput("0\n");
+    EXPECT_NONFATAL_FAILURE(RunTool(gAbortingRun), "tool run ended abnormally");
+    gAbortingRun.expectedStatus = -1;
+    RunResult r = RunTool(gAbortingRun);
+    EXPECT_NE(r.out.find("Please enter choice : "), std::string::npos) << r.out;
+    EXPECT_EQ(r.status, 128 + 6); // SIGABRT
 }
 
 TEST(Startup, LibraryWithoutEntrySymbolEndsTheProgram) {
