@@ -21,6 +21,18 @@
    views and repositories) hold. Data: _KV_LD_TARGETID_LIST. */
 #define KV_DCMD_LD_TARGETID_QUERY 0x03300100u
 #define KV_LD_QUERY_OTHER_KINDS 2
+/* Query type 3: the logical drives the SSD cache (Velocore) caches. */
+#define KV_LD_QUERY_CACHED_BY_SSCD 3
+/* The controller's boot drive (our opcode): mbox.b[0] the target id. */
+#define KV_DCMD_LD_SET_BOOT 0x03220100u
+/* Broken mirrors (our opcodes): split a two-drive RAID 1 (mbox.b[0] target
+   id, mbox.s[1] its sequence number; data from the controller:
+   _KV_MIRROR_PAIR), list the pairs (_KV_MIRROR_LIST), join a pair again
+   (mbox.b[0] the source, mbox.b[1] the split mirror, mbox.s[1] the
+   source's sequence number; no data). */
+#define KV_DCMD_LD_MIRROR_BREAK 0x03230100u
+#define KV_DCMD_LD_MIRROR_LIST 0x03230200u
+#define KV_DCMD_LD_MIRROR_JOIN 0x03230300u
 
 /* ---- answer of the target-id query (260 bytes; our layout) ---- */
 typedef struct _KV_LD_TARGETID_LIST {

@@ -422,6 +422,54 @@ typedef struct _TL_PD_IN_LD_T {
     _KV_PD_REF pdRef[256];
 } _TL_PD_IN_LD_T;
 
+/* ---- reconstruction (our layouts) ---- */
+/* Sent with TL_START_RECONSTRUCTION (68 bytes): the level after the
+   reconstruction, the drives added, and bit 0 of flags to grow the logical
+   drive into the free space that follows it on its array. */
+#define KV_RECON_MAX_NEW_DRIVES 16
+#define KV_RECON_FLAG_EXPAND 0x01
+typedef struct _KV_RECON_PARAMS {
+    U8 newPRL;
+    U8 addCount;
+    U8 flags;
+    U8 reserved;
+    _KV_PD_REF addPd[KV_RECON_MAX_NEW_DRIVES];
+} _KV_RECON_PARAMS;
+
+/* Returned by TL_GET_RECONSTRUCTION_INFO (40 bytes). */
+typedef struct _KV_RECON_INFO {
+    U8 active;
+    U8 sourcePRL;
+    U8 targetPRL;
+    U8 flags;
+    U8 sourceDrives; /* drives per span */
+    U8 targetDrives;
+    U8 reserved6[2];
+    _KV_PROGRESS progress;
+    U8 reserved12[4];
+    U64 sourceSize; /* blocks */
+    U64 targetSize;
+    U8 reserved32[8];
+} _KV_RECON_INFO;
+
+/* Bit 0 of _KV_LD_INFO.flags (our position): the controller's boot drive. */
+#define KV_LD_INFO_FLAG_BOOT_DRIVE 0x01
+
+/* ---- broken mirrors (our layouts) ---- */
+typedef struct _KV_MIRROR_PAIR {
+    U8 sourceTargetId;
+    U8 mirrorTargetId;
+    U16 sourceDeviceId; /* the drive the source keeps */
+    U16 mirrorDeviceId; /* the drive split off */
+    U8 reserved[2];
+} _KV_MIRROR_PAIR;
+
+#define KV_MIRROR_LIST_MAX 32
+typedef struct _KV_MIRROR_LIST {
+    U32 count;
+    _KV_MIRROR_PAIR pair[KV_MIRROR_LIST_MAX];
+} _KV_MIRROR_LIST;
+
 /* ---- the tool's own configuration summary ---- */
 typedef struct __attribute__((packed)) _TLT_PD_INFO {
     U16 deviceId;
@@ -570,6 +618,16 @@ TL_STATIC_ASSERT(sizeof(_TL_LD_OF_PD_T) == 260, "ld of pd");
 TL_STATIC_ASSERT(sizeof(_TL_PD_IN_LD_T) == 1028, "pd in ld");
 TL_STATIC_ASSERT(sizeof(_TL_ARRAY_LIST_T) == 33, "array list");
 TL_STATIC_ASSERT(offsetof(_TL_ARRAY_LIST_T, ref) == 1, "array list");
+TL_STATIC_ASSERT(sizeof(_KV_RECON_PARAMS) == 68, "recon params");
+TL_STATIC_ASSERT(offsetof(_KV_RECON_PARAMS, addPd) == 4, "recon params");
+TL_STATIC_ASSERT(sizeof(_KV_RECON_INFO) == 40, "recon info");
+TL_STATIC_ASSERT(offsetof(_KV_RECON_INFO, progress) == 8, "recon info");
+TL_STATIC_ASSERT(offsetof(_KV_RECON_INFO, sourceSize) == 16, "recon info");
+TL_STATIC_ASSERT(offsetof(_KV_RECON_INFO, targetSize) == 24, "recon info");
+TL_STATIC_ASSERT(sizeof(_KV_MIRROR_PAIR) == 8, "mirror pair");
+TL_STATIC_ASSERT(offsetof(_KV_MIRROR_PAIR, mirrorDeviceId) == 4, "mirror pair");
+TL_STATIC_ASSERT(sizeof(_KV_MIRROR_LIST) == 260, "mirror list");
+TL_STATIC_ASSERT(offsetof(_KV_LD_INFO, flags) == 303, "ld info");
 TL_STATIC_ASSERT(sizeof(_TLT_PD_INFO) == 19, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, coercedSize) == 4, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, state) == 12, "tlt pd info");

@@ -1,9 +1,11 @@
 // Configuration commands of the simulated library: the configuration
-// record, array information and the allowed configuration operations.
+// record, adding to and clearing the configuration, array information and
+// the allowed configuration operations.
 #include <algorithm>
 #include <cstring>
 
 #include "commands/registry.h"
+#include "model/config_ops.h"
 #include "model/config_records.h"
 
 namespace tarselsim {
@@ -21,6 +23,19 @@ U32 ReadConfig(CmdContext& ctx) {
     memset(blk->pData, 0, blk->dataSize);
     memcpy(blk->pData, record.data(), std::min<size_t>(record.size(), blk->dataSize));
     return KFI_STAT_OK;
+}
+
+// The record sent is a configuration record of exactly dataSize bytes
+// (model/config_ops.h checks it whole before anything changes).
+U32 AddConfig(CmdContext& ctx) {
+    _TL_LIB_CMD_PARAM_T* blk = ctx.blk;
+    if (!blk->pData) return TL_STATUS_NULL_DATA_PTR;
+    return AddConfiguration(ctx.lib, *ctx.ctrl, static_cast<const U8*>(blk->pData), blk->dataSize);
+}
+
+U32 ClearConfig(CmdContext& ctx) {
+    if (U32 rc = CheckData(ctx.blk, 0)) return rc;
+    return ClearConfiguration(ctx.lib, *ctx.ctrl);
 }
 
 U32 GetArrayInfo(CmdContext& ctx) {
@@ -43,6 +58,8 @@ U32 GetConfigAllowedOps(CmdContext& ctx) {
 
 void RegisterConfigCommands() {
     RegisterCommand(TL_CONFIG_CMD_TYPE, TL_READ_CONFIG, ReadConfig);
+    RegisterCommand(TL_CONFIG_CMD_TYPE, TL_ADD_CONFIG, AddConfig);
+    RegisterCommand(TL_CONFIG_CMD_TYPE, TL_CLEAR_CONFIG, ClearConfig);
     RegisterCommand(TL_CONFIG_CMD_TYPE, TL_GET_ARRAY_INFO, GetArrayInfo);
     RegisterCommand(TL_CONFIG_CMD_TYPE, TL_GET_CONFIG_ALLOWED_OPERATION, GetConfigAllowedOps);
 }

@@ -1,33 +1,22 @@
 // Drive commands of the simulated library: drive information, progress,
 // allowed operations, the logical drives of a drive, the drive operations
 // (state changes, rebuild, spares, removal, clear, locate, copyback) on the
-// drive state machine, and the SCSI passthrough that drives answer (log
-// pages, first sector).
+// drive state machine, and the SCSI passthrough that drives answer
+// (model/scsi_target.h).
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "commands/ctrl_ops_internal.h"
 #include "commands/registry.h"
 #include "core/dcmd.h"
 #include "model/activity.h"
 #include "model/config_records.h"
+#include "model/scsi_target.h"
 
 namespace tarselsim {
 
 namespace {
-
-// SCSI passthrough request: a 64-byte header, then the data.
-constexpr size_t kScsiHeader = 64;
-constexpr size_t kOffTarget = 0, kOffScsiStatus = 10, kOffCdbLength = 11, kOffCdb = 12, kOffSense = 28,
-                 kOffDataSize = 60;
-constexpr U8 kCheckCondition = 0x02;
-constexpr U8 kLogSense = 0x4D, kRead10 = 0x28;
-constexpr U8 kSupportedPagesPage = 0x00, kTemperaturePage = 0x0D;
-// Temperature a drive's own sensor reports when the controller does not
-// know it (the drive record's 255).
-constexpr U8 kSensorTemperature = 38;
-constexpr U8 kReferenceTemperature = 65;
-constexpr U16 kSectorBytes = 512;
 
 Drive* AddressedDrive(CmdContext& ctx) { return ctx.ctrl->findDrive(ctx.blk->pdRef.deviceId); }
 
@@ -70,80 +59,32 @@ U32 GetLdOfPd(CmdContext& ctx) {
     return KFI_STAT_OK;
 }
 
-// Fills `page` (at most `room` bytes) with a log page; returns its length,
-// or 0 for a page the drive does not keep.
-size_t LogPage(const Drive& d, U8 code, U8* page, size_t room) {
-    U8 buf[16] = {};
-    size_t len = 0;
-    if (code == kSupportedPagesPage) {
-        buf[0] = kSupportedPagesPage;
-        buf[4] = kSupportedPagesPage;
-        len = 5;
-        if (d.temperaturePage) buf[len++] = kTemperaturePage;
-        buf[3] = static_cast<U8>(len - 4);
-    } else if (code == kTemperaturePage && d.temperaturePage) {
-        buf[0] = kTemperaturePage;
-        buf[3] = 12;
-        buf[6] = 0x03;
-        buf[7] = 2;
-        buf[9] = d.temperature == 255 ? kSensorTemperature : d.temperature;
-        buf[11] = 0x01;
-        buf[12] = 0x03;
-        buf[13] = 2;
-        buf[15] = kReferenceTemperature;
-        len = 16;
-    } else {
-        return 0;
-    }
-    memcpy(page, buf, std::min(len, room));
-    return len;
-}
-
-// SCSI passthrough: the request's target id names the drive.
+// SCSI passthrough: the request's target id names the drive, which answers
+// the CDB (model/scsi_target.h). The status is 0 whatever the SCSI status;
+// the request's dataSize comes back as the bytes transferred.
 U32 ScsiPassthru(CmdContext& ctx) {
     _TL_LIB_CMD_PARAM_T* blk = ctx.blk;
     if (!blk->pData) return TL_STATUS_NULL_DATA_PTR;
-    if (blk->dataSize < kScsiHeader) return TL_STATUS_INCORRECT_DATA_SIZE;
+    if (blk->dataSize < TL_SCSI_PASSTHRU_HEADER_SIZE) return TL_STATUS_INCORRECT_DATA_SIZE;
     U8* req = static_cast<U8*>(blk->pData);
-    U32 dataSize = 0;
-    memcpy(&dataSize, req + kOffDataSize, 4);
-    if (kScsiHeader + static_cast<size_t>(dataSize) > blk->dataSize) return TL_STATUS_INCORRECT_DATA_SIZE;
-    U16 target = 0;
-    memcpy(&target, req + kOffTarget, 2);
-    const Drive* d = ctx.ctrl->findDrive(target);
+    _TL_SCSI_PASSTHRU_T hdr{};
+    memcpy(&hdr, req, TL_SCSI_PASSTHRU_HEADER_SIZE);
+    if (TL_SCSI_PASSTHRU_HEADER_SIZE + static_cast<size_t>(hdr.dataSize) > blk->dataSize)
+        return TL_STATUS_INCORRECT_DATA_SIZE;
+    const Drive* d = ctx.ctrl->findDrive(hdr.targetId);
     if (!d) return KFI_STAT_DEVICE_NOT_FOUND;
     // Drive firmware download pieces go to the download state machine.
-    if (IsFirmwareDownloadCdb(req + kOffCdb)) return FirmwareDownloadScsi(ctx, target, req, dataSize);
-    U8* data = req + kScsiHeader;
-    const U8* cdb = req + kOffCdb;
-    memset(data, 0, dataSize);
-    req[kOffScsiStatus] = 0;
-    bool ok = false;
-    if (d->scsiDevType == 0 && req[kOffCdbLength] >= 10) {
-        if (cdb[0] == kLogSense) {
-            size_t alloc = std::min<size_t>(dataSize, static_cast<size_t>(cdb[7]) << 8 | cdb[8]);
-            ok = LogPage(*d, cdb[2] & 0x3F, data, alloc) != 0;
-        } else if (cdb[0] == kRead10) {
-            U32 lba = static_cast<U32>(cdb[2]) << 24 | static_cast<U32>(cdb[3]) << 16 | static_cast<U32>(cdb[4]) << 8 | cdb[5];
-            U16 blocks = static_cast<U16>(cdb[7] << 8 | cdb[8]);
-            ok = static_cast<U64>(blocks) * kSectorBytes <= dataSize;
-            if (ok && lba == 0 && blocks > 0 && d->bootPartition) {
-                data[446] = 0x80; // first partition entry: bootable
-                data[450] = 0x83;
-                data[510] = 0x55;
-                data[511] = 0xAA;
-            }
-        }
-    }
-    if (!ok) {
-        // Check condition, sense key ILLEGAL REQUEST, invalid field in CDB.
-        req[kOffScsiStatus] = kCheckCondition;
-        U8* sense = req + kOffSense;
-        sense[0] = 0x70;
-        sense[2] = 0x05;
-        sense[7] = 10;
-        sense[12] = 0x24;
-    }
+    if (IsFirmwareDownloadCdb(hdr.cdb)) return FirmwareDownloadScsi(ctx, hdr.targetId, req, hdr.dataSize);
+    U8* data = req + TL_SCSI_PASSTHRU_HEADER_SIZE;
+    memset(data, 0, hdr.dataSize);
+    const U8 cdbLength = std::min<U8>(hdr.cdbLength, sizeof hdr.cdb);
+    U8 cdb[sizeof hdr.cdb] = {};
+    memcpy(cdb, hdr.cdb, cdbLength);
+    ScsiResult r = AnswerScsi(*ctx.ctrl, *d, cdb, cdbLength, data, hdr.dataSize);
+    hdr.scsiStatus = r.status;
+    memcpy(hdr.pRequestSenseData, r.sense, sizeof hdr.pRequestSenseData);
+    hdr.dataSize = r.transferred;
+    memcpy(req, &hdr, TL_SCSI_PASSTHRU_HEADER_SIZE);
     return KFI_STAT_OK;
 }
 
@@ -255,11 +196,20 @@ U32 CopybackAbort(CmdContext& ctx, _TL_DCMD_INPUT_T& in) {
     return StopCopyback(ctx.lib, *ctx.ctrl, *d);
 }
 
-// Target ids held by logical drives of other kinds (query type 2).
+// Target ids held by logical drives of other kinds (query type 2), or of
+// the logical drives the SSD cache caches (query type 3).
 U32 TargetIdQuery(CmdContext& ctx, _TL_DCMD_INPUT_T& in) {
-    if (in.mbox.b[0] != KV_LD_QUERY_OTHER_KINDS) return KFI_STAT_INVALID_PARAMETER;
+    std::vector<U8> ids;
+    if (in.mbox.b[0] == KV_LD_QUERY_OTHER_KINDS) {
+        ids = ctx.ctrl->otherTargetIds;
+    } else if (in.mbox.b[0] == KV_LD_QUERY_CACHED_BY_SSCD) {
+        for (const LogicalDrive& ld : ctx.ctrl->lds)
+            if (ld.cachedBySSCD) ids.push_back(ld.targetId);
+    } else {
+        return KFI_STAT_INVALID_PARAMETER;
+    }
     _KV_LD_TARGETID_LIST list{};
-    for (U8 id : ctx.ctrl->otherTargetIds)
+    for (U8 id : ids)
         if (list.count < sizeof list.targetId) list.targetId[list.count++] = id;
     return DcmdCopyOut(in, &list, sizeof list);
 }

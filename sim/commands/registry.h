@@ -42,6 +42,7 @@ void RegisterConfigCommands();
 void RegisterCtrlOpsCommands();
 void RegisterEnclCommands();
 void RegisterBbuCommands();
+void RegisterLdOpCommands();
 
 } // namespace tarselsim
 

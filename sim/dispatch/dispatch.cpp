@@ -60,6 +60,7 @@ void RegisterAll() {
     RegisterCtrlOpsCommands();
     RegisterEnclCommands();
     RegisterBbuCommands();
+    RegisterLdOpCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed

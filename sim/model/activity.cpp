@@ -1,6 +1,8 @@
 // Advancing the model on the virtual clock.
 #include "model/activity.h"
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "core/clock.h"
@@ -34,6 +36,27 @@ void AdvanceModel(Library& lib) {
     const double from = lib.modelTime;
     lib.modelTime = now;
     for (Ticker t : Tickers()) t(lib, from, now);
+}
+
+bool StepProgress(Progress& p, double totalBlocks, double blocksPerSecond, double seconds, bool pointInTime) {
+    if (p.fraction < 0) {
+        p.fraction = p.progress / 65535.0;
+        p.elapsed = p.seconds;
+    }
+    if (totalBlocks <= 0) totalBlocks = 1;
+    p.fraction += seconds * blocksPerSecond / totalBlocks;
+    p.elapsed += seconds;
+    const double perPercent = totalBlocks / 100.0 / blocksPerSecond;
+    p.seconds = static_cast<U16>(std::min(65535.0, std::floor(pointInTime ? perPercent : p.elapsed)));
+    if (p.fraction >= 1.0) return true;
+    p.progress = static_cast<U16>(std::floor(p.fraction * 65535.0));
+    return false;
+}
+
+int TenthsCrossed(double before, double after) {
+    int a = static_cast<int>(std::floor(std::max(before, 0.0) * 10));
+    int b = static_cast<int>(std::floor(std::min(after, 1.0) * 10));
+    return b > a ? b - a : 0;
 }
 
 } // namespace tarselsim

@@ -24,6 +24,22 @@ void RegisterTicker(Ticker ticker);
 // current virtual time. Callers hold the library's lock.
 void AdvanceModel(Library& lib);
 
+// Moves one background operation forward by `seconds` over `totalBlocks` at
+// `blocksPerSecond`; true when it completes in this interval. Progress is
+// kept as an exact fraction, so one long interval and many short ones end
+// in the same state. The seconds word holds the elapsed seconds or, on a
+// controller that reports point-in-time progress, the seconds one percent
+// takes.
+bool StepProgress(Progress& p, double totalBlocks, double blocksPerSecond, double seconds, bool pointInTime);
+// Tenths of the whole crossed between two fractions (progress events).
+int TenthsCrossed(double before, double after);
+// Starts an operation's progress at 0.
+inline void BeginProgress(Progress& p) {
+    p = Progress{};
+    p.active = true;
+    p.fraction = 0;
+}
+
 } // namespace tarselsim
 
 #endif

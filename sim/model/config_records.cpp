@@ -197,7 +197,7 @@ _KV_LD_CONFIG BuildLdConfig(const Controller& c, const LogicalDrive& ld) {
     p.numDrives = first ? static_cast<U8>(first->drives.size()) : 0;
     p.spanDepth = static_cast<U8>(std::min<size_t>(ld.arrays.size(), KV_MAX_SPAN_DEPTH));
     p.state = ld.state;
-    p.initState = ld.fgi.active ? 2 : 0;
+    p.initState = ld.fgi.active ? (ld.fgiFull ? 2 : 1) : 0;
     p.isConsistent = (ld.raidLevel != 0 && ld.state == 3 && !ld.fgi.active && !ld.bgi.active) ? 1 : 0;
     p.isMorphing = ld.recon.active;
     p.encryptionType = ld.encryption;
@@ -228,12 +228,14 @@ _KV_LD_INFO BuildLdInfo(const Controller& c, const LogicalDrive& ld) {
     r.progInfo.active.bgi = ld.bgi.active;
     r.progInfo.active.fgi = ld.fgi.active;
     r.progInfo.active.recon = ld.recon.active;
+    r.progInfo.active.locate = ld.locateActive;
     PutProgress(r.progInfo.cc, ld.cc);
     PutProgress(r.progInfo.bgi, ld.bgi);
     PutProgress(r.progInfo.fgi, ld.fgi);
     PutProgress(r.progInfo.recon, ld.recon);
     r.clusterOwnerDeviceId = 0;
     r.reconstructActive = ld.recon.active;
+    if (c.bootTarget == ld.targetId) r.flags |= KV_LD_INFO_FLAG_BOOT_DRIVE;
     // NAA 6 identifier from the controller id and the target id.
     U8* vpd = r.logicalVPDPage83;
     vpd[1] = 0x83;

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "model/activity.h"
 #include "model/ctrl_ops.h"
 #include "model/drive_states.h"
 #include "model/events.h"
@@ -17,33 +18,6 @@ namespace {
 
 constexpr U16 kNoPartner = 0xFFFF;
 
-double RateSpeed(U8 ratePercent) { return kBlocksPerRatePercent * std::max<U8>(ratePercent, 1); }
-
-// Moves one operation forward; true when it completes in this interval.
-// The seconds word holds the elapsed seconds or, on a controller that
-// reports point-in-time progress, the seconds the last percent took.
-bool Step(Progress& p, double totalBlocks, double blocksPerSecond, double seconds, bool pointInTime) {
-    if (p.fraction < 0) {
-        p.fraction = p.progress / 65535.0;
-        p.elapsed = p.seconds;
-    }
-    if (totalBlocks <= 0) totalBlocks = 1;
-    p.fraction += seconds * blocksPerSecond / totalBlocks;
-    p.elapsed += seconds;
-    const double perPercent = totalBlocks / 100.0 / blocksPerSecond;
-    p.seconds = static_cast<U16>(std::min(65535.0, std::floor(pointInTime ? perPercent : p.elapsed)));
-    if (p.fraction >= 1.0) return true;
-    p.progress = static_cast<U16>(std::floor(p.fraction * 65535.0));
-    return false;
-}
-
-// Tenths crossed between two fractions (rebuild progress events).
-int TenthsCrossed(double before, double after) {
-    int a = static_cast<int>(std::floor(std::max(before, 0.0) * 10));
-    int b = static_cast<int>(std::floor(std::min(after, 1.0) * 10));
-    return b > a ? b - a : 0;
-}
-
 void AdvanceRebuild(Library& lib, Controller& c, Drive& d, double seconds, bool pit) {
     Array* a = ArrayOfDrive(c, d.deviceId);
     if (a == nullptr) {
@@ -51,7 +25,7 @@ void AdvanceRebuild(Library& lib, Controller& c, Drive& d, double seconds, bool 
         return;
     }
     const double before = d.rebuild.fraction;
-    const bool done = Step(d.rebuild, static_cast<double>(a->size), RateSpeed(c.props.rebuildRate), seconds, pit);
+    const bool done = StepProgress(d.rebuild, static_cast<double>(a->size), RateSpeed(c.props.rebuildRate), seconds, pit);
     const int tenths = TenthsCrossed(before, d.rebuild.fraction);
     for (int i = 0; i < tenths && !done; ++i)
         LogPdEvent(lib, c, d, kEvtPdRebuildProgress, kEvtClassProgress, "Rebuild progress on PD " + std::to_string(d.deviceId));
@@ -91,14 +65,14 @@ void AdvanceDrive(Library& lib, Controller& c, Drive& d, double from, double to)
         const Drive* src = c.findDrive(d.copyBackPartner);
         const Array* a = src != nullptr ? ArrayOfDrive(c, src->deviceId) : nullptr;
         double total = a != nullptr ? static_cast<double>(a->size) : 1.0;
-        if (Step(d.copyBack, total, RateSpeed(c.props.rebuildRate), seconds, pit)) FinishCopyback(lib, c, d);
+        if (StepProgress(d.copyBack, total, RateSpeed(c.props.rebuildRate), seconds, pit)) FinishCopyback(lib, c, d);
     }
-    if (d.clear.active && Step(d.clear, static_cast<double>(d.coercedSize), kClearBlocksPerSecond, seconds, pit)) {
+    if (d.clear.active && StepProgress(d.clear, static_cast<double>(d.coercedSize), kClearBlocksPerSecond, seconds, pit)) {
         d.clear = Progress{};
         LogPdEvent(lib, c, d, kEvtPdClearDone, kEvtClassInfo, "Clear complete on PD " + std::to_string(d.deviceId));
     }
     if (d.patrol.active && !PatrolCycleOwns(c, d.deviceId) &&
-        Step(d.patrol, static_cast<double>(d.coercedSize), RateSpeed(c.props.patrolReadRate), seconds, pit)) {
+        StepProgress(d.patrol, static_cast<double>(d.coercedSize), RateSpeed(c.props.patrolReadRate), seconds, pit)) {
         d.patrol = Progress{};
         LogPdEvent(lib, c, d, kEvtPdPatrolDone, kEvtClassInfo, "Patrol Read complete on PD " + std::to_string(d.deviceId));
     }

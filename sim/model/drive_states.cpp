@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "model/activity.h"
 #include "model/events.h"
 
 namespace tarselsim {
@@ -62,12 +63,6 @@ void AbortRebuildOf(Library& lib, Controller& c, Drive& d) {
     if (!d.rebuild.active) return;
     StopProgress(d.rebuild);
     LogPdEvent(lib, c, d, kEvtPdRebuildAborted, kEvtClassWarning, "Rebuild aborted on PD " + Id(d));
-}
-
-void BeginProgress(Progress& p) {
-    p = Progress{};
-    p.active = true;
-    p.fraction = 0;
 }
 
 // The spare that takes over for a failed member of the array: dedicated to

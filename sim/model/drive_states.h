@@ -75,6 +75,9 @@ U32 StopCopyback(Library& lib, Controller& c, Drive& d);
 /* ---- background operations on the virtual clock (drive_activity.cpp) ---- */
 // Blocks a rebuild or copyback writes per virtual second at a rate of 1 %.
 constexpr double kBlocksPerRatePercent = 4096.0;
+// Blocks per virtual second of an operation that runs at a rate (percent)
+// of the controller's properties.
+inline double RateSpeed(U8 ratePercent) { return kBlocksPerRatePercent * (ratePercent > 0 ? ratePercent : 1); }
 // Blocks a clear writes per virtual second.
 constexpr double kClearBlocksPerSecond = 409600.0;
 // Advances rebuilds, copybacks, clears, patrol reads and locates.

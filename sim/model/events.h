@@ -124,6 +124,30 @@ enum EventCode : U32 {
     kEvtBbuLearnDue = 0x0218,         // auto learn mode "warn": a learn cycle is due
     kEvtBbuPropChange = 0x0219,
     kEvtBbuSleep = 0x021A,
+    // Configuration and logical drive operations.
+    kEvtCfgCleared = 0x0400,
+    kEvtLdCreated = 0x0401,
+    kEvtLdDeleted = 0x0402,
+    kEvtLdCcStart = 0x0403,
+    kEvtLdCcProgress = 0x0404,
+    kEvtLdCcDone = 0x0405,
+    kEvtLdCcAborted = 0x0406,
+    kEvtLdInitStart = 0x0407,
+    kEvtLdInitProgress = 0x0408,
+    kEvtLdInitDone = 0x0409,
+    kEvtLdInitAborted = 0x040A,
+    kEvtLdBgiStart = 0x040B,
+    kEvtLdBgiProgress = 0x040C,
+    kEvtLdBgiDone = 0x040D,
+    kEvtLdBgiAborted = 0x040E,
+    kEvtLdReconStart = 0x040F,
+    kEvtLdReconProgress = 0x0410,
+    kEvtLdReconDone = 0x0411,
+    kEvtLdLocateStart = 0x0412,
+    kEvtLdLocateStop = 0x0413,
+    kEvtLdMirrorBroken = 0x0414,
+    kEvtLdMirrorJoined = 0x0415,
+    kEvtLdBootDrive = 0x0416,
 };
 
 // Appends an event to the controller's log with the next sequence number

@@ -86,6 +86,9 @@ struct Drive {
     bool peerOwned = false;     // owned by the peer controller of a cluster
     bool temperaturePage = true; // keeps the temperature log page
     bool fwDownloadNotAllowed = false; // the firmware refuses microcode downloads to this drive
+    // Sectors written through passthrough, by LBA (512 bytes each); a read
+    // of any other sector returns zeros (block 0: the boot record above).
+    std::map<U64, std::vector<U8>> sectors;
 };
 
 struct Enclosure {
@@ -140,6 +143,30 @@ struct LogicalDrive {
     // disabled, cached by the SSD cache, protection information type (0 none).
     bool noBGI = false, cachedBySSCD = false;
     U8 piType = 0;
+    // Foreground initialisation kind (false: fast, true: full) and a locate
+    // of the member drives (until the virtual second given; 0: until stopped).
+    bool fgiFull = false;
+    bool locateActive = false;
+    double locateUntil = 0;
+    // A running reconstruction: the level it ends in, whether the logical
+    // drive grows into the free space after it, and where it started from.
+    struct Reconstruction {
+        U8 targetLevel = 0;
+        bool expand = false;
+        U8 sourceLevel = 0;
+        U8 sourceDrives = 0;
+        U64 sourceSize = 0;
+        U64 targetNumBlocks = 0; // blocks per drive at the end
+    } reconPlan;
+};
+
+// A RAID 1 split in two by a mirror break: the logical drive that kept the
+// first drive and the one made of the second.
+struct MirrorPair {
+    U8 sourceTarget = 0;
+    U8 mirrorTarget = 0;
+    U16 sourceDrive = 0;
+    U16 mirrorDrive = 0;
 };
 
 struct HotSpare {
@@ -169,6 +196,8 @@ struct Controller {
     std::vector<LogicalDrive> lds;
     std::vector<HotSpare> spares;
     Bbu bbu;
+    std::vector<MirrorPair> mirrors;
+    int bootTarget = -1;       // target id of the boot drive; -1: none
     U16 configSeqNum = 1;
     // Target ids held by logical drives of other kinds (snapshot views and
     // repositories), answered by the target-id query.

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "model/config_ops.h"
 #include "model/drive_states.h"
 #include "scenario/build.h"
 
@@ -44,17 +45,6 @@ const RaidLevel& ReadRaidLevel(const Node& n) {
     for (const RaidLevel& l : kLevels)
         if (s == l.name) return l;
     Fail(n, "'raid' must be 0, 1, \"1E\", 5, 6, \"00\", 10, 50 or 60");
-}
-
-unsigned DataDrives(U8 prl, unsigned n) {
-    switch (prl) {
-    case 0: return n;
-    case 1:
-    case 17: return n / 2 ? n / 2 : 1;
-    case 5: return n - 1;
-    case 6: return n - 2;
-    default: return n;
-    }
 }
 
 U8 Policy(TableReader& t, const char* key, U8 def, std::initializer_list<std::pair<const char*, U8>> names) {
@@ -172,7 +162,7 @@ struct ConfigBuilder {
         }
 
         unsigned perSpan = static_cast<unsigned>(arrays[0]->drives.size());
-        U64 dataPerBlock = static_cast<U64>(DataDrives(lvl.prl, perSpan)) * arrays.size();
+        U64 dataPerBlock = static_cast<U64>(DataDrivesPerSpan(lvl.prl, perSpan)) * arrays.size();
         U64 freeMin = ~0ULL;
         U16 tightest = arrays[0]->ref;
         for (Array* a : arrays) {
