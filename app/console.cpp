@@ -97,6 +97,24 @@ void GetInteger(const char* prompt, int* value) {
     *value = atoi(buffer);
 }
 
+std::string ReadLine(void) {
+    FlushPrompt();
+    std::string line;
+    for (;;) {
+        int c = getchar();
+        if (c == EOF) {
+            // End of input before anything was typed ends the program; a
+            // last line without its line end is still an answer.
+            if (line.empty()) ExitApp();
+            return line;
+        }
+        if (c == '\n') break;
+        line.push_back(static_cast<char>(c));
+    }
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
+
 namespace {
 
 // The first character after white space (line ends included, so a blank

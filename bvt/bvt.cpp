@@ -6,6 +6,8 @@
 #include "tarseltest.h"
 
 int gPrintEnable;
+int gPRL = 1;
+int gNumDisks = 2;
 
 namespace {
 

@@ -16,6 +16,7 @@ int gArrayIndex = 0;
 U16 gConfPdID = 0;
 U16 gUnconfPdList[256] = {0};
 int gNumUnconfPds = 0;
+int gSataDevID = -1;
 
 namespace {
 
@@ -36,6 +37,8 @@ const char* SummaryStateText(U16 fwState, bool isForeign) {
 }
 
 constexpr U32 kStatusDeviceNotFound = 12;
+// Interface type of a SATA drive (DDF type bits 12 to 15).
+constexpr U8 kDdfInterfaceSata = 3;
 // Free space below 64 MB (in 512-byte blocks) does not count.
 constexpr U64 kMinFreeBlocks = 0x20000;
 constexpr U32 kPdListBytes = sizeof(_KV_PD_LIST);
@@ -426,6 +429,12 @@ U32 PrintConfigSummary(_TLT_CONFIG_INFO* pInfo, bool isForeign) {
         printf("%-20s%-20s%-21s%-s\n", "Index", "DeviceID", "Size(MB)", "State");
         printf("%-20s%-20s%-21s%-s\n", "-----", "--------", "--------", "-----");
         if (gBVTMode) gArrayIndex = cfg->arrayCount;
+        if (gBVTMode) {
+            // The STP passthrough of the BVT passthrough group needs a SATA disk.
+            gSataDevID = -1;
+            for (U32 i = 0; i < pInfo->pdCount && gSataDevID < 0; ++i)
+                if (pInfo->pTltPdInfo[i].pdType == kDdfInterfaceSata) gSataDevID = pInfo->pTltPdInfo[i].deviceId;
+        }
         static const U16 kPasses[] = {KV_PD_STATE_UNCONFIGURED_GOOD, KV_PD_STATE_UNCONFIGURED_BAD,
                                       KV_PD_STATE_HOT_SPARE,         KV_PD_STATE_OFFLINE,
                                       KV_PD_STATE_FAILED,            KV_PD_STATE_REBUILD,

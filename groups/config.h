@@ -46,5 +46,7 @@ extern int gArrayIndex;
 extern U16 gConfPdID;
 extern U16 gUnconfPdList[256];
 extern int gNumUnconfPds;
+/* The first SATA disk of the last summary in BVT mode (-1: none). */
+extern int gSataDevID;
 
 #endif

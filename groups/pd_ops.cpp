@@ -6,12 +6,12 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <initializer_list>
 #include <vector>
 
 #include "config.h"
 #include "controller.h"
 #include "kfistat.h"
+#include "operation.h"
 #include "pd.h"
 
 U16 gHotSpare = 0;
@@ -23,47 +23,10 @@ constexpr U32 kStatusSeqNum = 4;
 constexpr U32 kStatusDeviceInvalid = 12;
 constexpr U32 kStatusWrongState = 50;
 
-struct StatusText {
-    U32 status;
-    const char* text;
-};
-
-// How an action reports its outcome: the name in its success and failure
-// lines, the messages of the statuses it decodes, and the form of its
-// failure line.
-struct Outcome {
-    const char* name;
-    std::initializer_list<StatusText> messages = {};
-    const char* failName = nullptr;  // when the failure line names another function
-    bool spacedFailure = false;      // "... failed ; rval =0x%X" instead of "... failed; rval = 0x%X"
-};
-
 const StatusText kSeqOutOfSync = {kStatusSeqNum, "Sequence number out of sync"};
 const StatusText kDeviceInvalid = {kStatusDeviceInvalid, "Device ID is invalid"};
 const StatusText kDeviceWrongState = {kStatusWrongState, "Device in wrong state"};
 const StatusText kWrongStateShort = {kStatusWrongState, "Wrong State"};
-
-void Report(const Outcome& o, U32 rval) {
-    if (rval == 0) {
-        printf("%s : ProcessLibCommandCall successful\n", o.name);
-        return;
-    }
-    if (rval == TL_STATUS_INVALID_CTRL) {
-        puts("Invalid controller");
-        return;
-    }
-    for (const StatusText& m : o.messages) {
-        if (m.status == rval) {
-            puts(m.text);
-            return;
-        }
-    }
-    const char* name = o.failName != nullptr ? o.failName : o.name;
-    if (o.spacedFailure)
-        printf("%s : ProcessLibCommandCall failed ; rval =0x%X\n", name, rval);
-    else
-        printf("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, rval);
-}
 
 // The device id typed at "Enter Device ID--->", or the BVT one.
 U16 ReadDeviceId(U16 bvtId) {
@@ -72,13 +35,6 @@ U16 ReadDeviceId(U16 bvtId) {
     int id = 0;
     ReadIntLine(&id);
     return (U16)id;
-}
-
-int ReadNumber(const char* prompt) {
-    printf("%s", prompt);
-    int value = 0;
-    ReadIntLine(&value);
-    return value;
 }
 
 // Puts the drive's current sequence number into the block's reference.
@@ -95,7 +51,7 @@ U32 FillSequenceNumber(_TL_LIB_CMD_PARAM_T& blk) {
 
 U32 Issue(_TL_LIB_CMD_PARAM_T& blk, const Outcome& o) {
     U32 rval = ProcessLibCommandCall(&blk);
-    Report(o, rval);
+    ReportOutcome(o, rval);
     return rval;
 }
 
@@ -108,7 +64,7 @@ U32 QueryDrive(U8 cmd, U16 bvtId, void* record, U32 size, const Outcome& o) {
     blk.dataSize = size;
     blk.pData = record;
     U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) Report(o, rval);
+    if (rval != 0) ReportOutcome(o, rval);
     return rval;
 }
 
@@ -135,7 +91,7 @@ bool UnconfPd(int index, U16* id) {
 // Reads a device id until the drive allows being made a spare; the drive's
 // record is left in *info. A failed fetch ends the dialogue with its status.
 U32 ReadSpareCandidate(U16* id, _KV_PD_INFO* info) {
-    int typed = ReadNumber("Enter Device ID--->");
+    int typed = AskNumber("Enter Device ID--->");
     for (;;) {
         *id = (U16)typed;
         int rval = FirePDInfo(info, *id);
@@ -223,19 +179,19 @@ bool SsdHddMixAllowed(const KV_CTRL_INFO& ci, const DriveKind& chosen, const _KV
 // Reads an array reference until the configuration holds it and the
 // chosen drive may serve it.
 U16 ReadSpareArray(const _KV_CONFIG_DATA* cfg, const KV_CTRL_INFO& ci, const DriveKind& chosen) {
-    int ref = ReadNumber("Enter Array Reference-->");
+    int ref = AskNumber("Enter Array Reference-->");
     for (;;) {
         const _KV_ARRAY* a = FindConfigArray(cfg, (U16)ref);
         if (a == nullptr) {
             puts("\n Array Reference Id not found!");
-            ref = ReadNumber("Enter Array Reference-->");
+            ref = AskNumber("Enter Array Reference-->");
         } else if (!SsdMixAllowed(ci, chosen, a)) {
             puts("The chosen drive cannot be used as spare for the specified array because SSD mixing is not allowed");
-            ref = ReadNumber("Enter array reference--->");
+            ref = AskNumber("Enter array reference--->");
         } else if (!SsdHddMixAllowed(ci, chosen, a)) {
             puts("The chosen drive cannot be used as spare for the specified array because SSD HDD mixing is not "
                  "allowed");
-            ref = ReadNumber("Enter array reference--->");
+            ref = AskNumber("Enter array reference--->");
         } else {
             return (U16)ref;
         }
@@ -262,7 +218,7 @@ void PrintCandidateHeader() {
 
 int ReadIndex(const char* prompt, size_t count) {
     for (;;) {
-        int index = ReadNumber(prompt);
+        int index = AskNumber(prompt);
         if (index >= 0 && (size_t)index < count) return index;
         puts("Invalid index selected");
     }
@@ -353,8 +309,8 @@ int ReplaceMissingPD(void) {
         blk.cmdParam_2b[0] = (U16)gArrayIndex;
         blk.cmdParam_2b[1] = 0;
     } else {
-        blk.cmdParam_2b[0] = (U16)ReadNumber("Enter array index--->");
-        blk.cmdParam_2b[1] = (U16)ReadNumber("Enter array row number--->");
+        blk.cmdParam_2b[0] = (U16)AskNumber("Enter array index--->");
+        blk.cmdParam_2b[1] = (U16)AskNumber("Enter array row number--->");
     }
     if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
     return (int)Issue(blk, {"ReplaceMissingPD",
@@ -409,7 +365,7 @@ int LocatePD(void) {
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_START_LOCATE_PD);
     blk.pdRef.deviceId = ReadDeviceId(bvtId);
     int duration = 10;
-    if (!gBVTMode) duration = ReadNumber("Enter duration of locate (in seconds; 0 for indefinite)--->");
+    if (!gBVTMode) duration = AskNumber("Enter duration of locate (in seconds; 0 for indefinite)--->");
     blk.cmdParam_1b[0] = (U8)duration;  // one byte: the low byte of what was typed
     return (int)Issue(blk, {"StartLocatePD", {kDeviceInvalid, {36, "One or more drives are not in an enclosure"}}});
 }
@@ -437,7 +393,7 @@ int MakeDedicatedHotspare(void) {
 
     _TL_ARRAY_LIST_T arrays;
     memset(&arrays, 0, sizeof arrays);
-    arrays.count = gBVTMode ? 1 : (U8)ReadNumber("Enter # of arrays the hotspare belongs to--->");
+    arrays.count = gBVTMode ? 1 : (U8)AskNumber("Enter # of arrays the hotspare belongs to--->");
 
     KV_CTRL_INFO ci;
     if (U32 rval = GetCtrlInfoFunc(&ci)) return (int)rval;
@@ -530,7 +486,7 @@ int FormatPD(void) {
     if (CheckDevicePartition(blk.pdRef.deviceId)) {
         puts("\nBoot Sector present on Pd.");
         U8 answer = 0;
-        if (!gBVTMode) answer = (U8)ReadNumber("\nDo you want to continue?(y|n)\t");
+        if (!gBVTMode) answer = (U8)AskNumber("\nDo you want to continue?(y|n)\t");
         // Whatever was answered, a drive with a boot partition is not formatted.
         answer = 'n';
         (void)answer;
@@ -558,7 +514,7 @@ int SetPDState(void) {
         puts("3) Hot Spare            4) Offline");
         puts("5) Failed               6) Rebuild");
         puts("7) Online               8) JBOD");
-        choice = ReadNumber("Please enter your choice ( 1 - 8 )--->");
+        choice = AskNumber("Please enter your choice ( 1 - 8 )--->");
     }
     U16 state = 0;
     switch (choice) {
@@ -621,11 +577,11 @@ int MakeHotspare(void) {
     memset(&spare, 0, sizeof spare);
     if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kAttributes)) return (int)rval;
     if (!gBVTMode) {
-        spare.isDedicated = ReadNumber("Enter if it is dedicated(0->not dedicated; 1->dedicated)") != 0;
-        spare.isRevertible = ReadNumber("Enter if it is revertible(0->not revertible; 1->revertible)") != 0;
-        spare.isEnclAffinity = ReadNumber("Enter if it has enclosure affinity(0->no; 1->yes)") != 0;
+        spare.isDedicated = AskNumber("Enter if it is dedicated(0->not dedicated; 1->dedicated)") != 0;
+        spare.isRevertible = AskNumber("Enter if it is revertible(0->not revertible; 1->revertible)") != 0;
+        spare.isEnclAffinity = AskNumber("Enter if it has enclosure affinity(0->no; 1->yes)") != 0;
         if (spare.isDedicated) {
-            spare.arrayCount = (U8)ReadNumber("Enter number of arrays the spare(PD) is dedicated to--->");
+            spare.arrayCount = (U8)AskNumber("Enter number of arrays the spare(PD) is dedicated to--->");
             printf("Please enter array ids for %d arrays\n", spare.arrayCount);
             // The record holds 16 references: no more are asked for.
             const int refs = spare.arrayCount < 16 ? spare.arrayCount : 16;

@@ -6,6 +6,7 @@
 #include <stdio.h>
 
 #include <atomic>
+#include <string>
 
 #include "kv.h"
 #include "tarsel.h"
@@ -117,6 +118,9 @@ int ReadIntLine(int* value);
    are kept, and the rest of the word and of the line are discarded. End of
    input before a word: ExitApp. */
 void ReadWordLine(char* out, size_t size);
+/* Read one whole line (without its line end), however long; end of input
+   before anything was typed: ExitApp. */
+std::string ReadLine(void);
 /* Read one character (getchar); end of input: ExitApp. */
 int ReadChar(void);
 /* Flush standard output before a read so prompts show through a pipe. */
@@ -142,6 +146,10 @@ int showOobMenu(void);
 
 /* build verification (bvt/) */
 extern int gPrintEnable;
+/* RAID level and drive count of the logical drive the BVT groups build
+   (the parameter file's RAID_LEVEL and NUM_DISKS). */
+extern int gPRL;
+extern int gNumDisks;
 void myInitAPICalls(void);
 /* API-name table lookups; a type or code past the table gives "". */
 const char* BVTTypeName(U8 cmdType);
