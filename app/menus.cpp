@@ -13,9 +13,11 @@
 #include "controller.h"
 #include "bbu.h"
 #include "ctrl_ops.h"
+#include "builder.h"
 #include "config.h"
 #include "enclosure.h"
 #include "ld.h"
+#include "ld_ops.h"
 #include "pd.h"
 #include "system.h"
 
@@ -278,21 +280,21 @@ const MenuItem kLDItems[] = {
     {1, Call<GetLDInfo>},   // GetLDInfo
     {2, Call<GetLDProperties>},   // GetLDProperties
     {3, Call<SetLDProperties>},   // SetLDProperties
-    {4, nullptr},   // DeleteLD
-    {5, nullptr},   // LocateLD
-    {6, nullptr},   // StopLocateLD
-    {7, nullptr},   // CheckConsistency
-    {8, nullptr},   // CancelCheckConsistency
-    {9, nullptr},   // GetLDProgress
-    {10, nullptr},  // StartFGI
-    {11, nullptr},  // CancelFGI
-    {12, nullptr},  // GetPDInLD
-    {13, nullptr},  // StartReconstruction
-    {14, nullptr},  // GetReconstructionInfo
-    {15, nullptr},  // StartOCE
-    {16, nullptr},  // GetLDAllowedOperation
+    {4, Call<DeleteLD>},
+    {5, Call<LocateLD>},
+    {6, Call<StopLocateLD>},
+    {7, Call<CheckConsistency>},
+    {8, Call<CancelCheckConsistency>},
+    {9, Call<GetLDProgress>},
+    {10, Call<StartFGI>},
+    {11, Call<CancelFGI>},
+    {12, Call<GetPDInLD>},
+    {13, Call<StartReconstruction>},
+    {14, Call<GetReconstructionInfo>},
+    {15, Call<StartOCE>},
+    {16, Call<GetLDAllowedOperation>},
     {17, Call<BreakMirrorMenu>},
-    {18, nullptr},  // SetBootDrive
+    {18, Call<SetBootDrive>},
 };
 
 const GroupMenu kLDMenu = {
@@ -307,9 +309,9 @@ const char* const kBreakMirrorLines[] = {
 };
 
 const MenuItem kBreakMirrorItems[] = {
-    {1, nullptr},  // MirrorBreak
-    {2, nullptr},  // MirrorView
-    {3, nullptr},  // MirrorJoin
+    {1, Call<MirrorBreak>},
+    {2, Call<MirrorView>},
+    {3, Call<MirrorJoin>},
 };
 
 const GroupMenu kBreakMirrorMenu = {
@@ -331,13 +333,13 @@ const char* const kConfigLines[] = {
 const MenuItem kConfigItems[] = {
     {1, Call<ReadConfig>},  // ReadConfig
     {2, Call<ShowConfigSummary>},  // ConfigSummary into a cleared summary, printed, FreeConfigSummary
-    {3, nullptr},  // AddConfig
-    {4, nullptr},  // ClearConfig
+    {3, Call<AddConfig>},
+    {4, Call<ClearConfig>},
     {5, nullptr},  // ScanForeignConfig
     {6, nullptr},  // GetArrayInfo
     {7, nullptr},  // GetConfigAllowedOperation
-    {8, nullptr},  // createSSCD
-    {9, nullptr},  // GetLDsCachedBySSCD
+    {8, Call<createSSCD>},
+    {9, Call<GetLDsCachedBySSCD>},
 };
 
 const GroupMenu kConfigMenu = {

@@ -43,15 +43,6 @@ CacheDefaults ReadCacheDefaults() {
             mfc.reserved0[KV_MFC_CACHED_IO_BYTE]};
 }
 
-// "Enter logical drive ID --->" and a number; the BVT drive in BVT mode.
-U8 AskTargetId() {
-    if (gBVTMode) return (U8)gLdID;
-    printf("Enter logical drive ID --->");
-    int value = 0;
-    ReadIntLine(&value);
-    return (U8)value;
-}
-
 // A menu choice read like scanf "%d".
 int ReadChoice() {
     int value = 0;
@@ -106,6 +97,15 @@ U32 SendLdDcmd(U32 opcode, U8 targetId, const char* name) {
 }
 
 }  // namespace
+
+// "Enter logical drive ID --->" and a number; the BVT drive in BVT mode.
+U8 AskTargetId() {
+    if (gBVTMode) return (U8)gLdID;
+    printf("Enter logical drive ID --->");
+    int value = 0;
+    ReadIntLine(&value);
+    return (U8)value;
+}
 
 U32 FireLDInfo(_KV_LD_INFO* pLdInfo, U8 targetId) {
     memset(pLdInfo, 0, sizeof(*pLdInfo));
@@ -292,6 +292,41 @@ U32 PrintLDConfig(const _KV_LD_CONFIG* ld, const _KV_CONFIG_DATA* pConfig) {
     return 0;
 }
 
+bool PrintLDProgress(const _KV_LD_PROGRESS* prog, bool pit) {
+    if (!(prog->active.cc || prog->active.bgi || prog->active.fgi || prog->active.recon)) return false;
+    printf("Progress Information\n");
+    struct {
+        bool active;
+        const _KV_PROGRESS* slot;
+        const char* pitFormat;
+        const char* elapsedFormat;
+    } ops[] = {
+        {(bool)prog->active.cc, &prog->cc,
+         "\tCheck Consistency in progress : Progress = %f; RemainingTime in Secs = %f\n",
+         "\tCheck Consistency in progress : Progress = %f; Elapsed Secs = %d\n"},
+        {(bool)prog->active.bgi, &prog->bgi,
+         "\tBackground Initialization in progress : Progress = %f; RemainingTime in Secs = %f\n",
+         "\tBackground Initialization in progress : Progress = %f; Elapsed Secs = %d\n"},
+        {(bool)prog->active.fgi, &prog->fgi,
+         "\tForeground Initialization in progress : Progress = %f; RemainingTime in Secs = %f\n",
+         "\tForeground Initialization in progress : Progress = %f; Elapsed Secs = %d\n"},
+        {(bool)prog->active.recon, &prog->recon,
+         "\tReconstruction in progress : Progress = %f; RemainingTime in Secs = %f\n",
+         "\tReconstruction in progress : Progress = %f; Elapsed Secs = %d\n"},
+    };
+    for (const auto& op : ops) {
+        if (!op.active) continue;
+        float pct = Percent(op.slot->progress);
+        if (pit) {
+            float remaining = (100.0f - pct) * (float)op.slot->elapsedSecs;
+            printf(op.pitFormat, (double)pct, (double)remaining);
+        } else {
+            printf(op.elapsedFormat, (double)pct, op.slot->elapsedSecs);
+        }
+    }
+    return true;
+}
+
 int GetLDInfo(void) {
     _KV_CTRL_INFO ci;
     GetCtrlInfoFunc(&ci); // status not checked: a zeroed record reports no capabilities
@@ -314,39 +349,7 @@ int GetLDInfo(void) {
 
     const _KV_LD_PROGRESS* prog = &info.progInfo;
     if (prog->active.locate) printf("%-30s :\n", "Locate is active on this VD");
-    if (prog->active.cc || prog->active.bgi || prog->active.fgi || prog->active.recon) {
-        printf("Progress Information\n");
-        bool pit = ci.adapterOperations2.supportPointInTimeProgress;
-        struct {
-            bool active;
-            const _KV_PROGRESS* slot;
-            const char* pitFormat;
-            const char* elapsedFormat;
-        } ops[] = {
-            {(bool)prog->active.cc, &prog->cc,
-             "\tCheck Consistency in progress : Progress = %f; RemainingTime in Secs = %f\n",
-             "\tCheck Consistency in progress : Progress = %f; Elapsed Secs = %d\n"},
-            {(bool)prog->active.bgi, &prog->bgi,
-             "\tBackground Initialization in progress : Progress = %f; RemainingTime in Secs = %f\n",
-             "\tBackground Initialization in progress : Progress = %f; Elapsed Secs = %d\n"},
-            {(bool)prog->active.fgi, &prog->fgi,
-             "\tForeground Initialization in progress : Progress = %f; RemainingTime in Secs = %f\n",
-             "\tForeground Initialization in progress : Progress = %f; Elapsed Secs = %d\n"},
-            {(bool)prog->active.recon, &prog->recon,
-             "\tReconstruction in progress : Progress = %f; RemainingTime in Secs = %f\n",
-             "\tReconstruction in progress : Progress = %f; Elapsed Secs = %d\n"},
-        };
-        for (const auto& op : ops) {
-            if (!op.active) continue;
-            float pct = Percent(op.slot->progress);
-            if (pit) {
-                float remaining = (100.0f - pct) * (float)op.slot->elapsedSecs;
-                printf(op.pitFormat, (double)pct, (double)remaining);
-            } else {
-                printf(op.elapsedFormat, (double)pct, op.slot->elapsedSecs);
-            }
-        }
-    }
+    PrintLDProgress(prog, ci.adapterOperations2.supportPointInTimeProgress);
     printf("%-30s: %d\n", "Logical Drive owner's Device ID", info.clusterOwnerDeviceId);
     printf("%-30s : \n", "Firmware generated VPD page");
     HexDump(stdout, info.logicalVPDPage83, 16);

@@ -28,6 +28,15 @@ U32 GetLDSequenceNumber(U8 targetId, U16* seqNum);
    foreign configuration being examined, else null ---- */
 U32 PrintLDConfig(const _KV_LD_CONFIG* pLdConfig, const _KV_CONFIG_DATA* pConfig);
 
+/* "Enter logical drive ID --->" and a number; gLdID in BVT mode. */
+U8 AskTargetId(void);
+
+/* "Progress Information" and one line per active check, initialisation or
+   reconstruction, in the formats of the information report (elapsed or
+   remaining time by `pit`, the point-in-time capability); false, printing
+   nothing, when none is active. */
+bool PrintLDProgress(const _KV_LD_PROGRESS* prog, bool pit);
+
 /* ---- menu actions ---- */
 int GetLDInfo(void);
 int GetLDProperties(void);
