@@ -174,9 +174,9 @@ TEST(SimScsi, LogPagesUnknownCommandsAndSizes) {
     ASSERT_EQ(st, 0u);
     std::vector<U8> pages(list.begin() + 68, list.begin() + 68 + list[67]);
     EXPECT_NE(std::find(pages.begin(), pages.end(), 0x0D), pages.end()) << "the temperature page is listed";
-    auto other = Scsi(s, 12, {0x12, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 32, &st);
+    auto other = Scsi(s, 12, {0xC0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 32, &st);
     EXPECT_EQ(st, 0u);
-    EXPECT_EQ(other[10], 0x02) << "check condition";
+    EXPECT_EQ(other[10], 0x02) << "an operation code the drive does not know: check condition";
     Scsi(s, 99, {0x4D, 0, 0x4D, 0, 0, 0, 0, 0, 32, 0}, 32, &st);
     EXPECT_EQ(st, U32(KFI_STAT_DEVICE_NOT_FOUND));
     std::vector<U8> req(64, 0);
