@@ -18,6 +18,7 @@
 #include "enclosure.h"
 #include "ld.h"
 #include "ld_ops.h"
+#include "passthru.h"
 #include "pd.h"
 #include "system.h"
 
@@ -380,11 +381,11 @@ const char* const kPassthruLines[] = {
 };
 
 const MenuItem kPassthruItems[] = {
-    {1, nullptr},  // SCSIPassthru
-    {2, nullptr},  // SMPPassthru
-    {3, nullptr},  // STPPassthruMenu
-    {4, nullptr},  // DCMDPassthru
-    {5, nullptr},  // STPPassthruWriteSector
+    {1, Call<SCSIPassthru>},
+    {2, Call<SMPPassthru>},
+    {3, Call<STPPassthruMenu>},
+    {4, Call<DCMDPassthru>},
+    {5, Call<STPPassthruWriteSector>},
 };
 
 const GroupMenu kPassthruMenu = {

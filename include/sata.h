@@ -37,6 +37,21 @@ enum {
 
 /* ATA commands */
 #define ATA_CMD_DOWNLOAD_MICROCODE 0x92
+#define ATA_CMD_IDENTIFY_DEVICE 0xEC
+#define ATA_CMD_READ_SECTORS 0x20
+#define ATA_CMD_WRITE_SECTORS 0x30
+/* Error register bit: the address was not found */
+#define SATA_ERROR_IDNF 0x10
+
+/* IDENTIFY DEVICE data: 256 little-endian words; texts are ASCII with the
+   two bytes of each word swapped. Word positions: */
+#define ATA_ID_SERIAL 10      /* 10 words */
+#define ATA_ID_FIRMWARE 23    /* 4 words */
+#define ATA_ID_MODEL 27       /* 20 words */
+#define ATA_ID_LBA28 60       /* 2 words */
+#define ATA_ID_LBA48 100      /* 4 words */
+#define ATA_ID_ROTATION 217   /* 1: solid state */
+#define ATA_ID_INTEGRITY 255  /* 0xA5 and a checksum byte */
 /* DOWNLOAD MICROCODE features: download the whole image and save it */
 #define ATA_DOWNLOAD_MICROCODE_SAVE 0x07
 /* Device register: LBA addressing */

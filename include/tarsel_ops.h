@@ -240,6 +240,10 @@ typedef struct _TL_STP_PASSTHRU_T {
 
 /* stpFlags of a host-to-device data transfer with a register FIS */
 #define TL_STP_FLAGS_DOWNLOAD 0x12u
+/* stpFlags of a PIO transfer (our reading of the word: 0x10 a register FIS
+   command, plus 1 data from the device or 2 data to the device) */
+#define TL_STP_FLAGS_PIO_IN 0x11u
+#define TL_STP_FLAGS_PIO_OUT 0x12u
 
 /* SCSI operation codes the tool builds */
 #define TL_SCSI_WRITE_BUFFER 0x3B

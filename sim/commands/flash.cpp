@@ -12,6 +12,7 @@
 #include "commands/ctrl_ops_internal.h"
 #include "core/clock.h"
 #include "core/dcmd.h"
+#include "model/ata_device.h"
 #include "model/ctrl_ops.h"
 #include "model/drive_states.h"
 #include "model/events.h"
@@ -240,8 +241,11 @@ U32 StpPassthru(CmdContext& ctx) {
     const U8* fis = hdr.fis;
     if (fis[SATA_FIS_OFF_TYPE] != SATA_FIS_TYPE_REG_H2D || !(fis[SATA_FIS_OFF_FLAGS] & SATA_FIS_H2D_COMMAND_BIT))
         return KFI_STAT_INVALID_PARAMETER;
-    // Only the microcode download is simulated through STP.
-    if (fis[SATA_FIS_OFF_COMMAND] != ATA_CMD_DOWNLOAD_MICROCODE) return TL_STATUS_UNSUPPORTED_CMD;
+    // Other ATA commands are the drive's own (model/ata_device.h).
+    if (fis[SATA_FIS_OFF_COMMAND] != ATA_CMD_DOWNLOAD_MICROCODE) {
+        req[offsetof(_TL_STP_PASSTHRU_T, connectionStatus)] = 0;
+        return AnswerAta(*d, fis, req + TL_STP_PASSTHRU_HEADER, req + kData, hdr.dataLen);
+    }
 
     U8* response = req + TL_STP_PASSTHRU_HEADER;
     memset(response, 0, TL_STP_FIS_RESPONSE_LEN);
