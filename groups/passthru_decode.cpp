@@ -213,8 +213,8 @@ std::string AtaString(const U8* data, U32 length, int word, int words) {
     for (int w = word; w < word + words; ++w) {
         const U32 at = (U32)w * 2;
         if (at + 1 >= length) break;
-        s.push_back(isprint(data[at + 1]) ? (char)data[at + 1] : '.');
-        s.push_back(isprint(data[at]) ? (char)data[at] : '.');
+        // Unused places of an ATA text are blanks or zeros.
+        for (U8 c : {data[at + 1], data[at]}) s.push_back(c == 0 ? ' ' : isprint(c) ? (char)c : '.');
     }
     while (!s.empty() && s.back() == ' ') s.pop_back();
     return s;

@@ -25,6 +25,8 @@ public:
     const std::string& error() const { return error_; }
 
     U32 Call(_TL_LIB_CMD_PARAM_T* blk) const { return entry_(blk); }
+    // The entry point itself, to route the tool's commands to this copy.
+    U32 (*entry() const)(_TL_LIB_CMD_PARAM_T*) { return entry_; }
     U32 Call(_TL_LIB_CMD_PARAM_T& blk) const { return entry_(&blk); }
 
     // TL_INIT_LIB with the given out-of-band addresses; fills `list`.
