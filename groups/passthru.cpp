@@ -5,6 +5,7 @@
 
 #include <string.h>
 
+#include <deque>
 #include <set>
 
 #include "config.h"
@@ -202,7 +203,7 @@ U64 Le64(const U8* p) {
 std::vector<Expander> CollectExpanders(const U8* buf, size_t size) {
     std::vector<Expander> found;
     std::set<U64> seen;
-    std::vector<U16> pending;
+    std::deque<U16> pending;  // first found, first listed
     const size_t headPhys = buf[7] < TL_TOPOLOGY_HEAD_MAX_PHYS ? buf[7] : TL_TOPOLOGY_HEAD_MAX_PHYS;
     for (size_t i = 0; i < headPhys; ++i) {
         const U8* phy = buf + 8 + 8 * i;
@@ -210,8 +211,8 @@ std::vector<Expander> CollectExpanders(const U8* buf, size_t size) {
         if (phy[1] == TL_EDGE_EXPANDER || phy[1] == TL_FANOUT_EXPANDER) pending.push_back(Le16(phy + 2));
     }
     while (!pending.empty() && found.size() < kMaxExpanders) {
-        const U16 at = pending.back();
-        pending.pop_back();
+        const U16 at = pending.front();
+        pending.pop_front();
         if ((size_t)at + 16 > size) continue;
         const U8* node = buf + at;
         if (node[0] != TL_EDGE_EXPANDER && node[0] != TL_FANOUT_EXPANDER) continue;
