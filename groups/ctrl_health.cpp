@@ -124,17 +124,21 @@ U32 GetAllLDsAllowedOperation(void) {
         printf("GetAllLDsAllowedOperation : ProcessLibCommandCall failed ;  rval = 0x%X\n", rval);
         return rval;
     }
-    static const char* const kOps[7] = {"Start FGI", "Stop FGI", "Start CC", "Stop CC", "Start Reconstruction",
-                                        "Delete", "Unsecured LD, made up of FDE drives, can be secured"};
     U32 count = ops.count < TL_MAX_LDS_ALLOWED_OPER ? ops.count : TL_MAX_LDS_ALLOWED_OPER;
     for (U32 i = 0; i < count; ++i) {
         const _TL_ALLOWED_OPER_WITH_ID_T& e = ops.ldAllowedOper[i];
         printf("\n\nAllowed Operations for LD with Target ID %d\n", static_cast<int>(e.targetId));
         puts("----------------------------------------");
-        for (int bit = 0; bit < 7; ++bit)
-            if (e.allowedOper & (1u << bit)) puts(kOps[bit]);
+        PrintLDAllowedOperBits(e.allowedOper);
     }
     return 0;
+}
+
+void PrintLDAllowedOperBits(U32 allowedOper) {
+    static const char* const kOps[7] = {"Start FGI", "Stop FGI", "Start CC", "Stop CC", "Start Reconstruction",
+                                        "Delete", "Unsecured LD, made up of FDE drives, can be secured"};
+    for (int bit = 0; bit < 7; ++bit)
+        if (allowedOper & (1u << bit)) puts(kOps[bit]);
 }
 
 U32 StartCtrlDiagnostic(void) {

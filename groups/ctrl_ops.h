@@ -77,6 +77,10 @@ void PrintEnclElemHealth(const _TL_ENCL_ELEM_HEALTH_T* health);
 void PrintBBUHealth(_TL_BBU_HEALTH_T health);
 U32 StartSelfCheckDiagnostics(void);
 U32 GetAllLDsAllowedOperation(void);
+/* One line per set bit of the low byte of a logical drive's allowed
+   operations ("Start FGI" ... "Unsecured LD, made up of FDE drives, can be
+   secured"). */
+void PrintLDAllowedOperBits(U32 allowedOper);
 U32 StartCtrlDiagnostic(void);
 U32 GetCtrlDiagnosticStatus(void);
 

@@ -12,6 +12,7 @@
 
 #include "config.h"
 #include "controller.h"
+#include "ctrl_ops.h"
 #include "kfistat.h"
 #include "ld.h"
 #include "operation.h"
@@ -320,13 +321,7 @@ int GetLDAllowedOperation(void) {
 void PrintLDAllowedOps(const _KV_LD_ALLOWED_OPS* ops) {
     puts("\nAllowed Operations on the Logical Drive");
     puts("---------------------------------------");
-    if (ops->startFGI) puts("Start FGI");
-    if (ops->stopFGI) puts("Stop FGI");
-    if (ops->startCC) puts("Start CC");
-    if (ops->stopCC) puts("Stop CC");
-    if (ops->startRecon) puts("Start Reconstruction");
-    if (ops->deleteLD) puts("Delete");
-    if (ops->enableLdSecurity) puts("Unsecured LD, made up of FDE drives, can be secured");
+    PrintLDAllowedOperBits(ops->w);
     if (ops->disablePI) puts("Disable PI");
 }
 

@@ -60,22 +60,13 @@ void ReportManufacturer(const Controller& c, const TopoNode& node, std::vector<U
     PutText(f->data() + SMP_RM_REVISION, 4, kExpanderRevision);
 }
 
-// SMP target bits of a topology bitmap (SSP, STP, SMP target, SATA device).
-U8 TargetBits(U32 bitmap) {
+// Four bits of a topology bitmap from bit `first` on (SSP, STP, SMP, SATA)
+// as an SMP frame byte holds them (SSP in bit 3 down to SATA in bit 0):
+// the initiator bits from bit 0, the target bits from bit 4.
+U8 SmpRoleBits(U32 bitmap, int first) {
     U8 bits = 0;
-    if (bitmap & 0x10) bits |= 0x08;
-    if (bitmap & 0x20) bits |= 0x04;
-    if (bitmap & 0x40) bits |= 0x02;
-    if (bitmap & 0x80) bits |= 0x01;
-    return bits;
-}
-
-U8 InitiatorBits(U32 bitmap) {
-    U8 bits = 0;
-    if (bitmap & 0x01) bits |= 0x08;
-    if (bitmap & 0x02) bits |= 0x04;
-    if (bitmap & 0x04) bits |= 0x02;
-    if (bitmap & 0x08) bits |= 0x01;
+    for (int i = 0; i < 4; ++i)
+        if ((bitmap >> (first + i)) & 1u) bits |= static_cast<U8>(0x08 >> i);
     return bits;
 }
 
@@ -92,8 +83,8 @@ bool Discover(const Topology& t, const TopoNode& node, U8 phyId, std::vector<U8>
     if (!phy.disabled && attached) {
         const TopoNode& other = t.nodes[static_cast<size_t>(phy.attachedNode)];
         p[SMP_DS_DEVICE_TYPE] = static_cast<U8>(SmpDeviceType(other.type) << 4);
-        p[SMP_DS_INITIATOR] = InitiatorBits(other.bitmap);
-        p[SMP_DS_TARGET] = TargetBits(other.bitmap);
+        p[SMP_DS_INITIATOR] = SmpRoleBits(other.bitmap, 0);
+        p[SMP_DS_TARGET] = SmpRoleBits(other.bitmap, 4);
         const U64 addr = phy.attachedPhy < other.phys.size() && other.phys[phy.attachedPhy].sasAddr != 0
                              ? other.phys[phy.attachedPhy].sasAddr
                              : other.sasAddr;

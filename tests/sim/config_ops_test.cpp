@@ -8,21 +8,17 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "format.h"
 #include "kfistat.h"
 #include "simlib.h"
 
 namespace {
 
 std::string Scenario(const std::string& name, const std::string& clock = "") {
-    std::ifstream in(std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/default.toml");
-    std::stringstream s;
-    s << in.rdbuf();
-    return WriteTempFile(name + ".toml", s.str() + clock);
+    return WriteTempFile(name + ".toml", PresetText("default") + clock);
 }
 
 struct Ctrl {

@@ -8,26 +8,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "format.h"
 #include "kfistat.h"
 #include "simlib.h"
 
 namespace {
 
-std::string DefaultPreset() {
-    std::ifstream in(std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/default.toml");
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 // The default preset with a fixed clock that moves `step` seconds per
 // command, and `drives` appended to the controller's table.
 std::string Scenario(const std::string& name, double step, const std::string& extra = "") {
-    std::string text = DefaultPreset() + extra + "\n[clock]\nmode = \"fixed\"\nstep = " + std::to_string(step) + "\n";
+    std::string text = PresetText("default") + extra + "\n[clock]\nmode = \"fixed\"\nstep = " + std::to_string(step) + "\n";
     return WriteTempFile(name + ".toml", text);
 }
 

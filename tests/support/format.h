@@ -1,4 +1,5 @@
-// Expected texts built with the documented formats.
+// Expected texts built with the documented formats, and the text of a
+// simulator preset.
 #ifndef TARSELTEST_FORMAT_H
 #define TARSELTEST_FORMAT_H
 
@@ -16,5 +17,19 @@ inline std::string F(const char* fmt, ...) {
     va_end(ap);
     return buf;
 }
+
+#ifdef TARSEL_SOURCE_DIR
+// The text of a preset shipped in sim/scenarios ("" when it cannot be read).
+inline std::string PresetText(const std::string& name) {
+    std::string text;
+    FILE* f = fopen((std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/" + name + ".toml").c_str(), "r");
+    if (f == nullptr) return text;
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
+    fclose(f);
+    return text;
+}
+#endif
 
 #endif

@@ -16,16 +16,6 @@ using ctrltest::FirstTrace;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-std::string Preset(const std::string& name) {
-    FILE* f = fopen((std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/" + name + ".toml").c_str(), "r");
-    std::string text;
-    char buf[4096];
-    size_t n;
-    while (f != nullptr && (n = fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
-    if (f != nullptr) fclose(f);
-    return text;
-}
-
 std::string Success(const char* name) { return std::string(name) + " : ProcessLibCommandCall successful\n"; }
 
 // The default preset's drives 22 and 23: 2,289,288 MB raw; less 512 MB of
@@ -58,7 +48,7 @@ unsigned Byte(const std::string& hex, size_t offset) { return (unsigned)std::sto
 
 TEST(Builder, ClearBuildCheckDeleteAndInquiry) {
     RunSpec spec;
-    spec.scenarioText = Preset("default") + "\n[clock]\nmode = \"fixed\"\nstep = 4000.0\n";
+    spec.scenarioText = PresetText("default") + "\n[clock]\nmode = \"fixed\"\nstep = 4000.0\n";
     // Summary indexes follow the drive list: drives 10 to 25 are 0 to 15.
     std::string cc = "7\n0\n.\n";
     for (int i = 0; i < 6; ++i) cc += "9\n0\n.\n";
@@ -187,7 +177,7 @@ TEST(Builder, FailureTextsOfTheAddAndClear) {
         faults += F("[[korvane.faults]]\ntype = 4\ncode = 2\noccurrence = %zu\nstatus = %u\n", i + 1, clear[i].first);
         input += kClear;
     }
-    RunResult r = RunWith(Preset("default") + "\n" + faults, "6\n" + input + Filler(10));
+    RunResult r = RunWith(PresetText("default") + "\n" + faults, "6\n" + input + Filler(10));
     ASSERT_EQ(r.status, 0) << r.out;
     std::vector<std::string> expected;
     for (const auto& [status, text] : add) expected.push_back("(current = 0)--->" + text + "\nPress ENTER to continue");

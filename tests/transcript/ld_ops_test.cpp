@@ -17,16 +17,6 @@ using ctrltest::FirstTrace;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-std::string Preset() {
-    FILE* f = fopen((std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/default.toml").c_str(), "r");
-    std::string text;
-    char buf[4096];
-    size_t n;
-    while (f != nullptr && (n = fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
-    if (f != nullptr) fclose(f);
-    return text;
-}
-
 std::string Success(const char* name) { return std::string(name) + " : ProcessLibCommandCall successful\n"; }
 std::string Failed(const char* name, unsigned status) {
     return F("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, status);
@@ -106,7 +96,7 @@ TEST(LdOps, EveryStatusText) {
             if (c.input.rfind("17\n", 0) == 0) input += ".\n.\n";
         }
     }
-    RunResult r = RunWith(Preset() + "\n" + faults, "5\n" + input + Filler(10));
+    RunResult r = RunWith(PresetText("default") + "\n" + faults, "5\n" + input + Filler(10));
     ASSERT_EQ(r.status, 0) << r.out;
     std::vector<std::string> expected;
     for (const StatusCase& c : Cases())

@@ -3,8 +3,6 @@
 // documented status text (statuses injected as faults), the hot-spare
 // validation loops and the dedicated-spare mixing checks, a rebuild to
 // completion, and bad input.
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,18 +15,11 @@ using ctrltest::FirstTrace;
 using ctrltest::TraceField;
 using ctrltest::Unpaged;
 
-std::string DefaultPreset() {
-    std::ifstream in(std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/default.toml");
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 // Physical drive menu items (each with its answers and the line that
 // answers "Press ENTER to continue") on the default preset plus `extra`.
 RunResult RunPd(const std::string& items, const std::string& extra = "") {
     RunSpec spec;
-    spec.scenarioText = DefaultPreset() + "\n" + extra;
+    spec.scenarioText = PresetText("default") + "\n" + extra;
     spec.input = StartInput("4\n" + items + Filler(30));
     return RunTool(spec);
 }
@@ -229,7 +220,7 @@ TEST(PdOps, SpareValidationLoopsAndMixingChecks) {
     // array (99), the SAS SSD mirror (array 0: SSD mixing) and the HDD
     // array 1 (SSD/HDD mixing), and the session ends inside the loop.
     std::string mix = "pd_mix_support = 0x27";
-    std::string preset = DefaultPreset();
+    std::string preset = PresetText("default");
     preset.replace(preset.find(mix), mix.size(), "pd_mix_support = 0x07");
     RunSpec spec;
     spec.scenarioText = preset;
@@ -263,7 +254,7 @@ TEST(PdOps, SpareValidationLoopsAndMixingChecks) {
 }
 
 TEST(PdOps, FormatNeverTouchesABootDrive) {
-    std::string boot = DefaultPreset();
+    std::string boot = PresetText("default");
     boot.insert(boot.find("serial = \"ZBS1T6Y4\""), "boot_partition = true\n");
     RunSpec spec;
     spec.scenarioText = boot;

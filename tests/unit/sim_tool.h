@@ -41,17 +41,6 @@ private:
     U32 status_ = 0xFFFFFFFF;
 };
 
-// The default preset with `extra` appended, as a scenario file.
-inline std::string DefaultScenarioFile(const std::string& name, const std::string& extra = "") {
-    FILE* f = fopen((std::string(TARSEL_SOURCE_DIR) + "/sim/scenarios/default.toml").c_str(), "r");
-    std::string text;
-    char buf[4096];
-    size_t n;
-    while (f != nullptr && (n = fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
-    if (f != nullptr) fclose(f);
-    return WriteTempFile(name + ".toml", text + "\n" + extra);
-}
-
 // What `command` prints (standard output and error).
 inline std::string RunDecoder(const std::string& command) {
     std::string out;
