@@ -87,6 +87,15 @@ U32 CheckAddedDrives(const Controller& c, const Array& a, const _KV_RECON_PARAMS
     return KFI_STAT_OK;
 }
 
+// Stops a running operation by hand; refused when it does not run.
+U32 StopOperation(Library& lib, Controller& c, LogicalDrive& ld, Progress& p, U32 code, const char* name) {
+    if (!p.active) return KFI_STAT_WRONG_STATE;
+    p = Progress{};
+    ++ld.seqNum;
+    LogLdEvent(lib, c, ld, code, kEvtClassWarning, std::string(name) + " aborted on " + Vd(ld));
+    return KFI_STAT_OK;
+}
+
 } // namespace
 
 U32 StartCheckConsistency(Library& lib, Controller& c, LogicalDrive& ld) {
@@ -102,11 +111,7 @@ U32 StartCheckConsistency(Library& lib, Controller& c, LogicalDrive& ld) {
 }
 
 U32 StopCheckConsistency(Library& lib, Controller& c, LogicalDrive& ld) {
-    if (!ld.cc.active) return KFI_STAT_WRONG_STATE;
-    ld.cc = Progress{};
-    ++ld.seqNum;
-    LogLdEvent(lib, c, ld, kEvtLdCcAborted, kEvtClassWarning, "Consistency check aborted on " + Vd(ld));
-    return KFI_STAT_OK;
+    return StopOperation(lib, c, ld, ld.cc, kEvtLdCcAborted, "Consistency check");
 }
 
 U32 StartInitialization(Library& lib, Controller& c, LogicalDrive& ld, bool full) {
@@ -128,11 +133,7 @@ U32 StartInitialization(Library& lib, Controller& c, LogicalDrive& ld, bool full
 }
 
 U32 StopInitialization(Library& lib, Controller& c, LogicalDrive& ld) {
-    if (!ld.fgi.active) return KFI_STAT_WRONG_STATE;
-    ld.fgi = Progress{};
-    ++ld.seqNum;
-    LogLdEvent(lib, c, ld, kEvtLdInitAborted, kEvtClassWarning, "Initialization aborted on " + Vd(ld));
-    return KFI_STAT_OK;
+    return StopOperation(lib, c, ld, ld.fgi, kEvtLdInitAborted, "Initialization");
 }
 
 U32 StartLdLocate(Library& lib, Controller& c, LogicalDrive& ld, U8 seconds) {
