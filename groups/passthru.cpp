@@ -483,7 +483,7 @@ int DCMDPassthru(void) {
         }
         std::vector<U8> m = AskHexBytes("Enter mailbox bytes in hex (at most 12; Enter for none)--->", 0, sizeof mbox,
                                         "The mailbox");
-        memcpy(mbox, m.data(), m.size());
+        if (!m.empty()) memcpy(mbox, m.data(), m.size());
         length = 0;
         while (dir != TL_DCMD_DIR_NONE) {
             printf("Enter data length in bytes in hex (0 - 1000)--->");
@@ -500,7 +500,7 @@ int DCMDPassthru(void) {
             char prompt[80];
             snprintf(prompt, sizeof prompt, "Enter data in hex (at most %u bytes; the rest is zero)--->", length);
             std::vector<U8> typed = AskHexBytes(prompt, 0, length, "The data");
-            memcpy(data.data(), typed.data(), typed.size());
+            if (!typed.empty()) memcpy(data.data(), typed.data(), typed.size());
         }
     } else {
         data.assign(length, 0);
