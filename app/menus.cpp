@@ -14,6 +14,7 @@
 #include "bbu.h"
 #include "ctrl_ops.h"
 #include "builder.h"
+#include "ctrl_misc.h"
 #include "config.h"
 #include "enclosure.h"
 #include "ld.h"
@@ -184,26 +185,26 @@ const MenuItem kControllerItems[] = {
     {23, Call<GetPDDistribution>},  // GetPDDistribution
     {24, Call<StartSelfCheckDiagnostics>},  // StartSelfCheckDiagnostics
     {25, Call<GetAllLDsAllowedOperation>},  // GetAllLDsAllowedOperation
-    {26, nullptr},  // GetMFCDefaults
-    {27, nullptr},  // GetSasMux
-    {28, nullptr},  // SetSasMux
-    {29, nullptr},  // DisplayPhyErrorInfo
+    {26, Call<GetMFCDefaults>},  // GetMFCDefaults
+    {27, Call<GetSasMux>},  // GetSasMux
+    {28, Call<SetSasMux>},  // SetSasMux
+    {29, Call<DisplayPhyErrorInfo>},  // DisplayPhyErrorInfo
     {30, Call<GetCCScheduleStatus>},  // GetCCScheduleStatus
     {31, Call<GetCCScheduleProperties>},  // GetCCScheduleProperties
     {32, Call<SetCCScheduleProperties>},  // SetCCScheduleProperties
-    {33, nullptr},  // GetMFCManufacturingInfo
-    {34, nullptr},  // GetMFCManufacturingInfo2
+    {33, Call<GetMFCManufacturingInfo>},  // GetMFCManufacturingInfo
+    {34, Call<GetMFCManufacturingInfo2>},  // GetMFCManufacturingInfo2
     {35, Call<FlashPDFirmware>},  // FlashPDFirmware
     {36, [] { puts("\nUnsupported for now."); }},  // FlashPDFirmwareSTP
-    {37, nullptr},  // GetPinnedCacheList
-    {38, nullptr},  // DiscardPinnedCache
-    {39, nullptr},  // ClearBBMLog
+    {37, Call<GetPinnedCacheList>},  // GetPinnedCacheList
+    {38, Call<DiscardPinnedCache>},  // DiscardPinnedCache
+    {39, Call<ClearBBMLog>},  // ClearBBMLog
     {40, Call<GetPDQueryList>},  // GetPDQueryList
     {46, [] { GetExtLDDistribution(1); }},  // GetExtLDDistribution(1), accepted but not listed
     {47, Call<GetExtPDDistribution>},  // GetExtPDDistribution, accepted but not listed
-    {51, nullptr},  // SchedulePowerPolicy
-    {52, nullptr},  // GetSASPHYInfo
-    {53, nullptr},  // ChangeLinkSpeed
+    {51, Call<SchedulePowerPolicy>},  // SchedulePowerPolicy
+    {52, Call<GetSASPHYInfo>},  // GetSASPHYInfo
+    {53, Call<ChangeLinkSpeed>},  // ChangeLinkSpeed
     {54, Call<SetFactoryDefaults>},  // SetFactoryDefaults
 };
 

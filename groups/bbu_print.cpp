@@ -7,6 +7,7 @@
 #include <span>
 
 #include "bbu.h"
+#include "ctrl_misc.h"
 
 namespace {
 
@@ -159,6 +160,9 @@ void PrintBBUDesignInfo(KV_BBU_DESIGN_INFO* design, int display_device_name, int
 }
 
 void PrintBBUProperties(KV_BBU_PROPERTIES* props) {
+    // The controller's manufacturing page 2 (the factory battery settings)
+    // comes first; its failure line does not stop the properties.
+    GetMFCManufacturingInfo2();
     const KV_BBU_PROPERTIES& p = *props;
     my_printf("%-35s:%d\n", "BBU Auto Learn Period in seconds", static_cast<int>(p.autoLearnPeriod));
     my_printf("%-35s", "BBU Next Learn Time");

@@ -16,6 +16,12 @@ U32 SetCtrlProperties(void);
 U32 GetCtrlSeqNum(U16* seqNum);
 void SetFactoryDefaults(void);
 U32 GetMFCDefaultsFunc(_KV_MFC_DEFAULTS* mfc);
+/* The power-save lines of the property report, the power-policy question
+   of the editor and the power schedule need the controller to support
+   power savings or the manufacturing defaults to have bit 3 of
+   disablePowerSavings set. Both records must be read; `fresh` receives the
+   information record. */
+bool PowerSaveCondition(KV_CTRL_INFO* fresh);
 
 /* ---- firmware direct commands without mailbox ---- */
 U32 SendDcmdWithNoMBox(U32 opCode, U8 dir, void* pData, U32 dataSize);

@@ -52,17 +52,6 @@ U8 PowerPolicyFromChoice(U16 choice, U8 current, int* valid) {
 
 const char* YesNo(unsigned v) { return v ? "YES" : "NO"; }
 
-// The power-save lines of the property report and the power-policy
-// question of the editor appear only when the controller supports power
-// savings or the manufacturing defaults have bit 3 of disablePowerSavings
-// set. Both records must be read; `fresh` receives the information record.
-bool PowerSaveCondition(KV_CTRL_INFO* fresh) {
-    _KV_MFC_DEFAULTS mfc{};
-    if (GetMFCDefaultsFunc(&mfc) != 0) return false;
-    if (GetCtrlInfoFunc(fresh) != 0) return false;
-    return fresh->ldOperations.supportPowerSavings || (mfc.disablePowerSavings & 0x08) != 0;
-}
-
 // One editor prompt: shows the current value, reads a line and returns
 // true with the typed number when the operator did not press Enter alone.
 bool PromptValue(const char* prompt, int current, int* typed) {
@@ -296,6 +285,13 @@ U32 GetCtrlSeqNum(U16* seqNum) {
     U32 rval = FireGetCtrlProperties(&prop);
     if (rval == 0) *seqNum = prop.seqNum;
     return rval;
+}
+
+bool PowerSaveCondition(KV_CTRL_INFO* fresh) {
+    _KV_MFC_DEFAULTS mfc{};
+    if (GetMFCDefaultsFunc(&mfc) != 0) return false;
+    if (GetCtrlInfoFunc(fresh) != 0) return false;
+    return fresh->ldOperations.supportPowerSavings || (mfc.disablePowerSavings & 0x08) != 0;
 }
 
 // Sends a firmware direct command without mailbox parameters to the selected

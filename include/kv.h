@@ -501,5 +501,6 @@ TL_STATIC_ASSERT(sizeof(_KV_SAS_CONNECTORS) == 168, "connectors");
 #include "kv_config.h"
 #include "kv_ops.h"
 #include "kv_bbu.h"
+#include "kv_ctrl_misc.h"
 
 #endif

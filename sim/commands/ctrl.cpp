@@ -128,6 +128,8 @@ KV_CTRL_INFO BuildCtrlInfo(const Library& lib, const Controller& c) {
     }
     // The controller is ready to take a prepared drive firmware download.
     if (DownloadReady(c)) info.adapterStatus.supportPdFwDownload = 1;
+    // The controller holds cache data of logical drives it cannot write.
+    if (!c.ops.misc.pinned.empty()) info.adapterStatus.cacheIsPinned = 1;
     info.ldPresentCount = static_cast<U16>(c.lds.size());
     info.ldDegradedCount = ldDegraded;
     info.ldOfflineCount = ldOffline;

@@ -137,7 +137,7 @@ U32 SelfCheck(CmdContext& ctx) {
     const U32 seconds = ctx.blk->cmdParam_4b[0];
     if (!c.info.adapterOperations.selfDiagnostic) return KFI_STAT_INVALID_CMD;
     if (seconds == 0 || seconds > kMaxSelfCheckSeconds) return KFI_STAT_INVALID_PARAMETER;
-    if (c.info.adapterStatus.cacheIsPinned) return kStatusCachePinned;
+    if (c.info.adapterStatus.cacheIsPinned || !c.ops.misc.pinned.empty()) return kStatusCachePinned;
     LogCtrl(ctx, kEvtSelfCheckStarted, kEvtClassInfo, "Self-check diagnostic started (" + std::to_string(seconds) + " s)");
     AdvanceClock(ctx.lib, seconds);
     if (c.ops.selfCheckFails) {

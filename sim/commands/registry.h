@@ -43,6 +43,8 @@ void RegisterCtrlOpsCommands();
 void RegisterEnclCommands();
 void RegisterBbuCommands();
 void RegisterLdOpCommands();
+// Manufacturing pages, SAS multiplexers, PHYs, pinned cache, bad-block log (ctrl_misc.cpp).
+void RegisterCtrlMiscCommands();
 
 } // namespace tarselsim
 

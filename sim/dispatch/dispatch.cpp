@@ -61,6 +61,7 @@ void RegisterAll() {
     RegisterEnclCommands();
     RegisterBbuCommands();
     RegisterLdOpCommands();
+    RegisterCtrlMiscCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "model/config_records.h"
+#include "model/ctrl_misc.h"
 
 namespace tarselsim {
 
@@ -202,6 +203,8 @@ _KV_LD_CONFIG BuildLdConfig(const Controller& c, const LogicalDrive& ld) {
     p.isMorphing = ld.recon.active;
     p.encryptionType = ld.encryption;
     p.isSSCD = ld.isSSCD;
+    p.isCachePinned = HasPinnedCache(c, ld.targetId);
+    p.badBlocksExist = HasBadBlocks(c, ld.targetId);
     bool allHdd = true;
     for (U16 ref : ld.arrays)
         if (const Array* a = c.findArray(ref))

@@ -9,6 +9,7 @@
 #define TARSELSIM_MODEL_CTRL_STATE_H
 
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -73,11 +74,41 @@ struct AlarmState {
     bool silenced = false;
 };
 
+// One controller PHY's settings and error counters (model/ctrl_misc.h).
+struct PhySettings {
+    U8 maxRate = 0;                // programmed maximum link rate (smp.h code); 0: the hardware's
+    U32 invalidDwords = 0, disparityErrors = 0, lossOfSync = 0, resetProblems = 0;
+    double errorsPerHour = 0;      // invalid DWORDs and disparity errors per virtual hour ...
+    U8 cleanRate = 0;              // ... while the link runs faster than this rate
+    double fastSeconds = 0;        // virtual seconds the link ran faster than cleanRate
+};
+
 // How the SAS domain is derived (model/topology.h).
 struct TopologySettings {
     std::vector<U8> disabledPhys;  // controller PHYs that are disabled
     U8 linkRate = 0;               // negotiated rate code (smp.h); 0: from the controller's interfaces
     std::string hostile;           // "", "cycle", "offsets" or "phy_counts": a crafted buffer for tests
+    std::map<U8, U8> muxActive;    // SAS multiplexer index -> the connector it selects (default: its lowest)
+    std::vector<PhySettings> phys; // per controller PHY (grown on demand)
+};
+
+// Manufacturing pages, pinned cache and the bad-block log (model/ctrl_misc.h).
+struct PinnedCacheEntry {
+    U8 targetId = 0;
+    U32 sizeMB = 0;
+};
+
+struct BadBlockEntry {
+    U8 targetId = 0;
+    U16 deviceId = 0;
+    U64 lba = 0;
+};
+
+struct CtrlMiscState {
+    _KV_MFG_PAGE1 page1{};
+    _KV_MFG_PAGE2 page2{};
+    std::vector<PinnedCacheEntry> pinned;
+    std::vector<BadBlockEntry> badBlocks;
 };
 
 // A partition table the host sees on one logical drive.
@@ -103,6 +134,7 @@ struct CtrlOpsState {
     U16 bbuHealthBits = 0;
     bool partitionsGiven = false;  // false: every logical drive gets the default tables
     std::vector<PartitionTable> partitions;
+    CtrlMiscState misc;
 };
 
 // The library's own parameters (debug logging and out-of-band transport).

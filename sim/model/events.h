@@ -107,6 +107,12 @@ enum EventCode : U32 {
     kEvtSelfCheckStarted = 0x0310,
     kEvtSelfCheckPassed = 0x0311,
     kEvtSelfCheckFailed = 0x0312,
+    // SAS multiplexers, PHY link rates, pinned cache and the bad-block log
+    // (controller locale, text argument).
+    kEvtSasMuxSwitched = 0x0320,
+    kEvtPhyLinkRateChanged = 0x0321,
+    kEvtPinnedCacheDiscarded = 0x0322,
+    kEvtBbmLogCleared = 0x0323,
     // Enclosures (locale kEvtLocaleEncl, argument: the enclosure as a device).
     kEvtEnclElementStatus = 0x0200,   // a sensor's status changed with its reading
     kEvtEnclElementSet = 0x0201,      // a set-element request changed an element

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 
+#include "model/ctrl_misc.h"
 #include "smp.h"
 
 namespace tarselsim {
@@ -30,11 +31,7 @@ U8 RateOfSpeed(U8 speed) {
 
 U8 ControllerRate(const Controller& c) {
     if (c.ops.topology.linkRate != 0) return c.ops.topology.linkRate;
-    const _KV_DEVICE_IF_BITS f = c.info.deviceInterface.flags;
-    if (f.SAS_12G) return SMP_LINK_RATE_12G;
-    if (f.SAS_6G) return SMP_LINK_RATE_6G;
-    if (f.SAS_3G) return SMP_LINK_RATE_3G;
-    return SMP_LINK_RATE_6G;
+    return HardwareLinkRate(c);
 }
 
 U64 ControllerPhyAddress(const Controller& c, int i) {
@@ -143,6 +140,13 @@ Topology BuildTopology(const Controller& c) {
         std::stable_sort(encls.begin(), encls.end(), [](const Enclosure* a, const Enclosure* b) {
             return a->position != b->position ? a->position < b->position : a->index < b->index;
         });
+        // A connector its SAS multiplexer does not select keeps its PHYs
+        // unwired: its enclosures are not in the domain.
+        if (!ConnectorSelected(c, connector)) {
+            for (int k = 0; k < width; ++k)
+                if (connector * width + k < numPhy) owned[connector * width + k] = true;
+            continue;
+        }
         int parent = -1;
         for (const Enclosure* e : encls) {
             int x = AddExpander(t, c, *e, width, rate);
@@ -152,7 +156,7 @@ Topology BuildTopology(const Controller& c) {
                     if (hp >= numPhy) continue;
                     owned[hp] = true;
                     if (t.nodes[0].phys[hp].disabled) continue;
-                    Wire(t, 0, hp, x, k, rate);
+                    Wire(t, 0, hp, x, k, MinRate(rate, PhyMaxRate(c, hp)));
                 } else {
                     int cascade = static_cast<int>(t.nodes[parent].phys.size()) - width + k;
                     Wire(t, parent, cascade, x, k, rate);
@@ -172,7 +176,7 @@ Topology BuildTopology(const Controller& c) {
         while (next < numPhy && (owned[next] || t.nodes[0].phys[next].disabled)) ++next;
         if (next >= numPhy) break;
         int dev = AddEndDevice(t, *d);
-        Wire(t, 0, next, dev, 0, MinRate(rate, RateOfSpeed(d->linkSpeed)));
+        Wire(t, 0, next, dev, 0, MinRate(MinRate(rate, PhyMaxRate(c, next)), RateOfSpeed(d->linkSpeed)));
         ++next;
     }
     return t;

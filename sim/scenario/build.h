@@ -65,6 +65,17 @@ void AddEnclosureDevice(Controller& c, const Enclosure& e);
 // refused with the value's position (devices.cpp).
 U8 Choice(const Node& n, const char* what, std::initializer_list<std::pair<const char*, U8>> names);
 
+// Manufacturing defaults: the family's defaults, and the [...mfc] keys
+// (ctrl_misc.cpp).
+void ApplyMfcDefaults(Controller& c, int family);
+void ReadMfcDefaults(const Node& n, Controller& c);
+// The 'phys' key of the [...topology] table: per-PHY link rates and error
+// counters (ctrl_misc.cpp).
+void ReadPhySettings(TableReader& topology, Controller& c);
+// Manufacturing pages, pinned cache and bad-block log, with defaults from
+// the controller's identity (ctrl_misc.cpp). Read after the configuration.
+void ReadControllerMisc(TableReader& t, Controller& c);
+
 // Default SAS address of a drive from its device id.
 U64 DefaultDriveSasAddress(U16 deviceId);
 

@@ -2,6 +2,7 @@
 // defaults, connectors, driver strings and flash components of a scenario.
 #include <cstddef>
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "scenario/build.h"
@@ -213,7 +214,7 @@ U8 ConnectorLocation(const Node& n) {
     Fail(n, "'location' must be unknown, reserved, internal, external or a number");
 }
 
-void ReadConnectors(TableReader& t, KV_SAS_CONNECTORS& conns) {
+void ReadConnectors(TableReader& t, KV_SAS_CONNECTORS& conns, std::map<U8, U8>& muxActive) {
     const Node* arr = t.get("connectors");
     if (!arr) return;
     if (arr->kind != Node::Kind::Array) Fail(*arr, "'connectors' must be an array of tables");
@@ -226,6 +227,10 @@ void ReadConnectors(TableReader& t, KV_SAS_CONNECTORS& conns) {
         if (const Node* loc = c.get("location")) ci.location = ConnectorLocation(*loc);
         SetText(ci.name, sizeof ci.name, c.string("name", "", sizeof ci.name));
         ci.sasMuxIndex = static_cast<U8>(c.integer("sas_mux_index", 0, 0, 255));
+        if (c.boolean("mux_active", false)) {
+            if (ci.sasMuxIndex == 0) Fail(*c.get("mux_active"), "'mux_active' needs a non-zero 'sas_mux_index'");
+            muxActive[ci.sasMuxIndex] = static_cast<U8>(i);
+        }
         if (const Node* q = c.get("quad_phy_map")) {
             if (q->kind != Node::Kind::Array || q->items.size() != 2) Fail(*q, "'quad_phy_map' must be [byte, byte]");
             for (int k = 0; k < 2; ++k) ci.quadPhyMap[k] = static_cast<U8>(TableReader::AsInteger(q->items[k], "a quad_phy_map byte", 0, 255));
@@ -334,7 +339,7 @@ void ApplyControllerDefaults(Controller& c, int family) {
     p.HDDThermalPollInterval = 60;
     p.SSDThermalPollInterval = 60;
 
-    memset(&c.mfc, 0, sizeof c.mfc);
+    ApplyMfcDefaults(c, family);
     memset(&c.connectors, 0, sizeof c.connectors);
     c.connectors.count = 2;
     c.connectors.connectors[0].location = 2;
@@ -388,12 +393,8 @@ void ReadControllerIdentity(TableReader& t, Controller& c) {
     if (const Node* n = t.table("capabilities")) ReadCapabilities(*n, i);
     if (const Node* n = t.table("pds_for_raid_levels")) ReadPdsForRaidLevels(*n, i);
     if (const Node* n = t.table("properties")) ReadProperties(*n, c.props);
-    if (const Node* n = t.table("mfc")) {
-        TableReader m(*n, "mfc");
-        c.mfc.disablePowerSavings = static_cast<U8>(m.integer("disable_power_savings", 0, 0, 255));
-        m.finish();
-    }
-    ReadConnectors(t, c.connectors);
+    if (const Node* n = t.table("mfc")) ReadMfcDefaults(*n, c);
+    ReadConnectors(t, c.connectors, c.ops.topology.muxActive);
     if (const Node* n = t.table("driver")) {
         TableReader d(*n, "driver");
         c.driverSignature = d.string("signature", c.driverSignature, 12);

@@ -40,6 +40,7 @@ void ReadTopology(TableReader& parent, Controller& c) {
     if (const Node* r = t.get("link_rate"))
         s.linkRate = Choice(*r, "'link_rate'", {{"1.5G", SMP_LINK_RATE_1_5G}, {"3G", SMP_LINK_RATE_3G},
                                               {"6G", SMP_LINK_RATE_6G}, {"12G", SMP_LINK_RATE_12G}});
+    ReadPhySettings(t, c);
     if (const Node* h = t.get("hostile")) {
         s.hostile = TableReader::AsString(*h, "'hostile'", 16);
         if (s.hostile != "cycle" && s.hostile != "offsets" && s.hostile != "phy_counts")
@@ -182,6 +183,7 @@ void ReadControllerOps(TableReader& t, Controller& c, int family) {
     ReadCcSchedule(t, c, family);
     ReadHealth(t, c);
     ReadPartitions(t, c);
+    ReadControllerMisc(t, c);
 }
 
 } // namespace tarselsim

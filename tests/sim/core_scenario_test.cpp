@@ -19,6 +19,7 @@
 #include "../../sim/model/model.cpp"
 #include "../../sim/scenario/config.cpp"
 #include "../../sim/scenario/controller.cpp"
+#include "../../sim/scenario/ctrl_misc.cpp"
 #include "../../sim/scenario/ctrl_ops.cpp"
 #include "../../sim/scenario/devices.cpp"
 #include "../../sim/scenario/encl_bbu.cpp"

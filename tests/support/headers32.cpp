@@ -3,6 +3,7 @@
 #include "event.h"
 #include "kfistat.h"
 #include "kv.h"
+#include "kv_ctrl_misc.h"
 #include "sata.h"
 #include "ses.h"
 #include "smp.h"
