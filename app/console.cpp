@@ -53,7 +53,9 @@ int my_printf(const char* format, ...) {
     // Bounded: a text longer than the buffer is cut instead of overflowing.
     vsnprintf(buffer, sizeof buffer, format, args);
     va_end(args);
-    printf("%s", buffer);
+    // The report stream: the standard output, or the file the system
+    // snapshot writes its report to.
+    fputs(buffer, fp);
 
     if (strchr(buffer, '\n') != nullptr) ++numLines;
 

@@ -21,6 +21,7 @@
 #include "ld_ops.h"
 #include "passthru.h"
 #include "pd.h"
+#include "snapshot.h"
 #include "system.h"
 
 namespace {
@@ -123,7 +124,7 @@ const MenuItem kSystemItems[] = {
     {9, Call<GetPartitionInfo>},   // GetPartitionInfo
     {10, nullptr},  // AutoReRegisterAEN
     {11, nullptr},  // RegisterForAENInThread
-    {12, nullptr},  // GetSystemSnapshot
+    {12, Call<GetSystemSnapshot>},  // GetSystemSnapshot
 };
 
 const GroupMenu kSystemMenu = {

@@ -211,16 +211,20 @@ void sighdlr(int sig) {
     printf("zorp-test==Halcyon receive sig=%d, SIGCHLD:%d, SIGSEGV:%d===n", sig, SIGCHLD, SIGSEGV);
 }
 
-U32 GetLibraryVersion(int code) {
+U32 GetLibraryVersionFunc(_TL_LIB_VER_T* ver) {
     _TL_LIB_CMD_PARAM_T blk;
-    _TL_LIB_VER_T ver;
     memset(&blk, 0, sizeof(blk));
-    memset(&ver, 0, sizeof(ver));
+    memset(ver, 0, sizeof(*ver));
     blk.cmdType = TL_SYSTEM_CMD_TYPE;
     blk.cmd = TL_GET_LIB_VER;
-    blk.dataSize = sizeof(ver);
-    blk.pData = &ver;
-    U32 rval = ProcessLibCommandCall(&blk);
+    blk.dataSize = sizeof(*ver);
+    blk.pData = ver;
+    return ProcessLibCommandCall(&blk);
+}
+
+U32 GetLibraryVersion(int code) {
+    _TL_LIB_VER_T ver;
+    U32 rval = GetLibraryVersionFunc(&ver);
     if (rval != 0) {
         printf("LibraryVersion: ProcessLibCommandCall failed; rval = 0x%X\n", rval);
         return rval;

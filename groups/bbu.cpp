@@ -33,11 +33,6 @@ U32 SendBbuCommand(U8 cmd, void* data, U32 size) {
     return ProcessLibCommandCall(&blk);
 }
 
-U32 FetchStatus(KV_BBU_STATUS* status) {
-    U32 rval = SendBbuCommand(TL_GET_BBU_STATUS, status, sizeof(*status));
-    return rval ? PrintLibFailure("GetBBUStatus", rval) : 0;
-}
-
 // Sends the mode-list direct command into `buffer` of `length` bytes.
 U32 SendModeQuery(U8* buffer, U32 length) {
     _TL_DCMD_INPUT_T dcmd;
@@ -76,9 +71,15 @@ int AskUntil(const char* prompt, Accept accept) {
 
 }  // namespace
 
+U32 GetBBUStatusFunc(KV_BBU_STATUS* status) {
+    memset(status, 0, sizeof(*status));
+    U32 rval = SendBbuCommand(TL_GET_BBU_STATUS, status, sizeof(*status));
+    return rval ? PrintLibFailure("GetBBUStatus", rval) : 0;
+}
+
 U32 GetBBUStatus(void) {
     KV_BBU_STATUS status{};
-    U32 rval = FetchStatus(&status);
+    U32 rval = GetBBUStatusFunc(&status);
     if (rval != 0) return rval;
     numLines = 0;
     return static_cast<U32>(PrintBBUStatus(&status));
@@ -102,7 +103,7 @@ U32 LearnBBU(void) {
 
 U32 GetBBUDesignInfo(void) {
     KV_BBU_STATUS status{};
-    U32 rval = FetchStatus(&status);
+    U32 rval = GetBBUStatusFunc(&status);
     if (rval != 0) return rval;
     const int capacitorPack =
         status.batteryType == KV_BBU_TYPE_TMMC || (status.batteryType >= KV_BBU_TYPE_IBBU08 && status.subType != 0);

@@ -15,6 +15,8 @@ U32 GetBBUProperties(void);
 U32 SetBBUProperties(void);
 U32 BBUSleep(void);
 
+/* Reads the BBU status; prints the failure line itself. */
+U32 GetBBUStatusFunc(KV_BBU_STATUS* status);
 /* Reads the BBU design information; prints the failure line itself. */
 U32 GetBBUDesignInfoFunc(KV_BBU_DESIGN_INFO* design);
 /* Reads the BBU properties; prints the failure line itself. */

@@ -33,14 +33,22 @@ U32 GetPDList(void);
 U32 GetPDQueryListFunc(KV_PD_LIST* list, U32 size);
 U32 GetPDQueryList(void);
 U32 GetDriverVersion(void);
+/* The driver version record; a failure prints the GetDriverVersion line. */
+U32 GetDriverVersionFunc(KV_DRV_DRIVER_VERSION* ver);
 U32 GetEnclListFunc(KV_ENCL_LIST* list);
 U32 GetEnclList(void);
 U32 GetLDDistribution(U8 istargetId);
+/* The whole LD distribution record (no question asked); a failure prints
+   "Invalid controller" or the GetLDDistribution failed line. */
+U32 GetLDDistributionFunc(_TL_DRIVE_DISTRIBUTION_T* dist);
 U32 GetPDDistribution(void);
 U32 GetLDList(void);
 U32 GetExtLDDistribution(U8 istargetId);
 U32 GetExtPDDistribution(void);
 U32 GetPCIInfo(void);
+/* The PCI information record; a failure prints "Invalid controller" or the
+   GetPCIInfo failed line. */
+U32 GetPCIInfoFunc(_TL_PCI_INFO_T* pci);
 
 /* True when the Korvane library runs out of band (its list's mode byte is 2). */
 bool KorvaneOutOfBand(void);

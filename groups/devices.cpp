@@ -318,21 +318,25 @@ U32 GetPDQueryList(void) {
     return 0;
 }
 
+U32 GetDriverVersionFunc(KV_DRV_DRIVER_VERSION* ver) {
+    memset(ver, 0, sizeof(*ver));
+    _TL_LIB_CMD_PARAM_T blk;
+    InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_DRIVER_VER);
+    blk.dataSize = sizeof(*ver);
+    blk.pData = ver;
+    U32 rval = ProcessLibCommandCall(&blk);
+    if (rval != 0) printf("GetDriverVersion: ProcessLibCommandCall failed!! rval 0x%X\n", rval);
+    return rval;
+}
+
 U32 GetDriverVersion(void) {
     if (KorvaneOutOfBand()) {
         printf("GetDriverVersion: This operation is not supported in OOB mode.\n");
         return 0;
     }
-    KV_DRV_DRIVER_VERSION ver{};
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_DRIVER_VER);
-    blk.dataSize = sizeof ver;
-    blk.pData = &ver;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        printf("GetDriverVersion: ProcessLibCommandCall failed!! rval 0x%X\n", rval);
-        return rval;
-    }
+    KV_DRV_DRIVER_VERSION ver;
+    U32 rval = GetDriverVersionFunc(&ver);
+    if (rval != 0) return rval;
     puts("\nDriver Version Information");
     puts("--------------------------");
     printf("%-15s : %s\n", "Signature", FieldText(ver.driverSignature, sizeof ver.driverSignature).c_str());
@@ -411,6 +415,10 @@ U32 GetEnclList(void) {
         }
     }
     return 0;
+}
+
+U32 GetLDDistributionFunc(_TL_DRIVE_DISTRIBUTION_T* dist) {
+    return FetchDistribution(TL_LD_DISTRIBUTION, dist, sizeof(*dist), 0, "GetLDDistribution");
 }
 
 U32 GetLDDistribution(U8 istargetId) {
@@ -500,21 +508,24 @@ U32 GetExtPDDistribution(void) {
         [](const _TL_DRIVE_DISTRIBUTION_EX_T&, U32) {});
 }
 
-U32 GetPCIInfo(void) {
-    _TL_PCI_INFO_T pci{};
+U32 GetPCIInfoFunc(_TL_PCI_INFO_T* pci) {
+    memset(pci, 0, sizeof(*pci));
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_PCI_INFO);
-    blk.dataSize = sizeof pci;
-    blk.pData = &pci;
+    blk.dataSize = sizeof(*pci);
+    blk.pData = pci;
     U32 rval = ProcessLibCommandCall(&blk);
-    if (rval == TL_STATUS_INVALID_CTRL) {
+    if (rval == TL_STATUS_INVALID_CTRL)
         printf("Invalid controller\n");
-        return rval;
-    }
-    if (rval != 0) {
+    else if (rval != 0)
         printf("GetPCIInfo : ProcessLibCommandCall failed; rval = 0x%X\n", rval);
-        return rval;
-    }
+    return rval;
+}
+
+U32 GetPCIInfo(void) {
+    _TL_PCI_INFO_T pci;
+    U32 rval = GetPCIInfoFunc(&pci);
+    if (rval != 0) return rval;
     puts("\nPCI Information");
     puts("---------------");
     printf("\t%-25s : %04X:%02X:%02X.%X\n", "PCI Address", pci.domain, pci.busNumber, pci.deviceNumber,

@@ -218,20 +218,27 @@ void PrintPartitionInfo(const _TL_PARTITION_INFO_T* info) {
     }
 }
 
+U32 GetPartitionInfoFunc(U8 osDrive, U8 targetId, void* info) {
+    memset(info, 0, sizeof(_TL_PARTITION_INFO_T));
+    _TL_LIB_CMD_PARAM_T blk;
+    InitCmdBlock(&blk, TL_SYSTEM_CMD_TYPE, TL_GET_PARTITION_INFO);
+    blk.dataSize = sizeof(_TL_PARTITION_INFO_T);
+    blk.pData = info;
+    blk.cmdParam_1b[0] = osDrive;
+    blk.cmdParam_1b[1] = targetId;
+    return ProcessLibCommandCall(&blk);
+}
+
 U32 GetPartitionInfo(void) {
     if (KorvaneOutOfBand()) {
         puts("GetPartitionInfo: This operation is not supported in OOB mode.");
         return 0;
     }
     std::vector<U8> buffer(sizeof(_TL_PARTITION_INFO_T), 0);
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_SYSTEM_CMD_TYPE, TL_GET_PARTITION_INFO);
-    blk.dataSize = sizeof(_TL_PARTITION_INFO_T);
-    blk.pData = buffer.data();
-
+    U8 osDrive = 0, ld = 0;
     if (gBVTMode) {
-        blk.cmdParam_1b[0] = static_cast<U8>(gOSDriveNum);
-        blk.cmdParam_1b[1] = static_cast<U8>(gLdNumber);
+        osDrive = static_cast<U8>(gOSDriveNum);
+        ld = static_cast<U8>(gLdNumber);
     } else {
         U32 numbers[TL_MAX_MAPPED_DEVICES];
         int count = 0;
@@ -241,11 +248,11 @@ U32 GetPartitionInfo(void) {
             puts("No Os drive count available");
             return 0;
         }
-        blk.cmdParam_1b[0] = AskOSDrive(numbers, count);
-        blk.cmdParam_1b[1] = AskLogicalDrive();
+        osDrive = AskOSDrive(numbers, count);
+        ld = AskLogicalDrive();
     }
 
-    U32 rval = ProcessLibCommandCall(&blk);
+    U32 rval = GetPartitionInfoFunc(osDrive, ld, buffer.data());
     if (rval == kStatusPartitionFailed) {
         puts("\nGet Partition Info Failed");
         return rval;

@@ -77,6 +77,8 @@ void unloadDLLs(void);
 [[noreturn]] void ExitApp(void);
 void sighdlr(int sig);
 U32 GetLibraryVersion(int code);
+/* The library version record of the current variant; prints nothing. */
+U32 GetLibraryVersionFunc(_TL_LIB_VER_T* ver);
 
 /* event registrations touched at start and exit */
 U32 UnregisterAENByIndex(int index);

@@ -113,6 +113,11 @@ struct ConfigBuilder {
             if (blocks > smallest) Fail(*t.get("size_mb"), what + ": size " + Mb(blocks) + " exceeds its smallest drive (" + Mb(smallest) + ")");
             a.size = blocks;
         }
+        if (auto exact = t.optInteger("size_blocks", 1, INT64_MAX)) {
+            if (static_cast<U64>(*exact) > smallest)
+                Fail(*t.get("size_blocks"), what + ": size " + Mb(*exact) + " exceeds its smallest drive (" + Mb(smallest) + ")");
+            a.size = static_cast<U64>(*exact);
+        }
         t.finish();
         arrayNodes[a.ref] = &n;
         c.arrays.push_back(a);
@@ -170,7 +175,21 @@ struct ConfigBuilder {
             if (freeBlocks < freeMin) freeMin = freeBlocks, tightest = a->ref;
         }
         const Node* sn = t.get("size_mb");
-        if (!sn || (sn->kind == Node::Kind::String && sn->str == "all")) {
+        const Node* perDrive = t.get("blocks_per_drive");
+        const Node* starts = t.get("span_start");
+        if (perDrive) {
+            // Exact placement (a recorded controller): blocks on each drive
+            // and, optionally, where each span starts on its array.
+            ld.numBlocks = static_cast<U64>(TableReader::AsInteger(*perDrive, "'blocks_per_drive'", 1, INT64_MAX));
+            if (starts) {
+                PlaceSpans(ld, arrays, *starts, what);
+            } else if (ld.numBlocks > freeMin) {
+                Fail(*perDrive, what + ": needs " + Mb(ld.numBlocks) + " on each drive but array " + std::to_string(tightest) +
+                                    " has " + Mb(freeMin) + " free");
+            }
+        } else if (starts) {
+            Fail(*starts, what + ": 'span_start' needs 'blocks_per_drive'");
+        } else if (!sn || (sn->kind == Node::Kind::String && sn->str == "all")) {
             if (freeMin == 0) Fail(sn ? *sn : n, what + ": array " + std::to_string(tightest) + " has no free space");
             ld.numBlocks = freeMin;
         } else {
@@ -180,10 +199,11 @@ struct ConfigBuilder {
                 Fail(*sn, what + ": needs " + Mb(ld.numBlocks) + " on each drive but array " + std::to_string(tightest) +
                               " has " + Mb(freeMin) + " free");
         }
-        for (Array* a : arrays) {
-            ld.spanStart.push_back(usedPerArray[a->ref]);
-            usedPerArray[a->ref] += ld.numBlocks;
-        }
+        if (ld.spanStart.empty())
+            for (Array* a : arrays) {
+                ld.spanStart.push_back(usedPerArray[a->ref]);
+                usedPerArray[a->ref] += ld.numBlocks;
+            }
         ld.size = ld.numBlocks * dataPerBlock;
 
         int kb = static_cast<int>(t.integer("strip_kb", 64, 1, 1 << 20));
@@ -204,6 +224,7 @@ struct ConfigBuilder {
         ld.powerPolicy = static_cast<U8>(t.integer("power_policy", 0xFE, 0, 255));
         ld.encryption = static_cast<U8>(t.integer("encryption", 0, 0, 255));
         ld.isSSCD = t.boolean("ssd_cache", false);
+        ld.noBGI = t.boolean("no_bgi", false);
 
         ld.piType = static_cast<U8>(t.integer("protection_type", 0, 0, 3));
         ld.state = LdStateFromMembers(c, ld);
@@ -227,6 +248,25 @@ struct ConfigBuilder {
         t.finish();
         if (c.info.maxLDs && c.lds.size() >= c.info.maxLDs) Fail(n, what + ": more logical drives than the controller's " + std::to_string(c.info.maxLDs));
         c.lds.push_back(ld);
+    }
+
+    // Spans at the given start blocks: inside their arrays and clear of the
+    // spans of the logical drives read before.
+    void PlaceSpans(LogicalDrive& ld, const std::vector<Array*>& arrays, const Node& starts, const std::string& what) {
+        if (starts.kind != Node::Kind::Array || starts.items.size() != arrays.size())
+            Fail(starts, what + ": 'span_start' must give one block per array");
+        for (size_t i = 0; i < arrays.size(); ++i) {
+            const U64 start = static_cast<U64>(TableReader::AsInteger(starts.items[i], "a start block", 0, INT64_MAX));
+            const Array& a = *arrays[i];
+            if (start + ld.numBlocks > a.size) Fail(starts.items[i], what + ": span " + std::to_string(i) + " ends past array " + std::to_string(a.ref));
+            for (const LogicalDrive& other : c.lds)
+                for (size_t k = 0; k < other.arrays.size() && k < other.spanStart.size(); ++k)
+                    if (other.arrays[k] == a.ref && start < other.spanStart[k] + other.numBlocks &&
+                        other.spanStart[k] < start + ld.numBlocks)
+                        Fail(starts.items[i], what + ": span " + std::to_string(i) + " overlaps logical drive " + std::to_string(other.targetId));
+            ld.spanStart.push_back(start);
+            usedPerArray[a.ref] = std::max(usedPerArray[a.ref], start + ld.numBlocks);
+        }
     }
 
     void readSpare(const Node& n) {
