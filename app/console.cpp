@@ -53,9 +53,7 @@ int my_printf(const char* format, ...) {
     // Bounded: a text longer than the buffer is cut instead of overflowing.
     vsnprintf(buffer, sizeof buffer, format, args);
     va_end(args);
-    // The report stream: the standard output, or the file the system
-    // snapshot writes its report to.
-    fputs(buffer, fp);
+    printf("%s", buffer);
 
     if (strchr(buffer, '\n') != nullptr) ++numLines;
 

@@ -6,6 +6,7 @@
 // simulator scenario (snapshot_record.cpp).
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -256,15 +257,28 @@ void ReadPartitions(TltSnapshot* s) {
     }
 }
 
-// Writes the report to a file through fp; returns 0 or 0x8019.
+// Writes the report to a file: the report stream fp points at the file (so
+// the pager does not pause) and the standard output, which my_printf
+// writes, is redirected to it until the report is done.
 U32 ReportToFile(const TltSnapshot& s, const char* name) {
     FILE* out = fopen(name, "w");
     if (out == nullptr) {
         printf("GetSystemSnapshot : Cannot open %s\n", name);
         return TL_STATUS_PRECONDITION;
     }
+    fflush(stdout);
+    const int console = dup(STDOUT_FILENO);
+    if (console < 0 || dup2(fileno(out), STDOUT_FILENO) < 0) {
+        if (console >= 0) close(console);
+        fclose(out);
+        printf("GetSystemSnapshot : Cannot write %s\n", name);
+        return TL_STATUS_PRECONDITION;
+    }
     fp = out;
     PrintSystemSnapshot(s);
+    fflush(stdout);
+    dup2(console, STDOUT_FILENO);
+    close(console);
     fp = stdout;
     fclose(out);
     printf("Snapshot written to %s\n", name);
