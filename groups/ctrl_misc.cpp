@@ -11,6 +11,7 @@
 #include "controller.h"
 #include "ctrl_misc.h"
 #include "kfistat.h"
+#include "operation.h"
 #include "smp.h"
 
 namespace {
@@ -26,22 +27,9 @@ U32 Bounded(U32 count, U32 capacity) { return count < capacity ? count : capacit
 // Sends one of our direct commands: mailbox bytes 0 and 1, and a record
 // read from the controller (cleared first) or no data.
 U32 SendMiscDcmd(U32 opCode, U8 b0, U8 b1, void* data, U32 size) {
-    _TL_DCMD_INPUT_T in;
-    memset(&in, 0, sizeof in);
-    in.opCode = opCode;
-    in.mbox.b[0] = b0;
-    in.mbox.b[1] = b1;
-    if (data != nullptr) {
-        memset(data, 0, size);
-        in.flags = TL_DCMD_DIR_FROM_CTRL;
-        in.dataTransferLength = size;
-        in.pData = data;
-    }
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
-    blk.dataSize = sizeof in;
-    blk.pData = &in;
-    return ProcessLibCommandCall(&blk);
+    const U8 mbox[12] = {b0, b1};
+    if (data == nullptr) return IssueDcmd(opCode, 0, mbox, nullptr, 0);
+    return IssueDcmd(opCode, TL_DCMD_DIR_FROM_CTRL, mbox, data, size);
 }
 
 // The failure line of an item; returns the status.
@@ -57,51 +45,24 @@ U32 MiscFailure(const char* name, U32 rval) {
 
 // The outcome of a command that changes something: the success line, the
 // text of a status the item knows, or the failure line.
-struct KnownStatus {
-    U32 status;
-    const char* text;
-};
-
-U32 ReportChange(const char* name, U32 rval, std::initializer_list<KnownStatus> known) {
-    if (rval == 0) {
-        printf("%s : ProcessLibCommandCall successful\n", name);
-        return 0;
-    }
-    for (const KnownStatus& k : known)
-        if (k.status == rval) {
-            puts(k.text);
-            return rval;
-        }
-    return MiscFailure(name, rval);
+U32 ReportChange(const char* name, U32 rval, std::initializer_list<StatusText> known) {
+    if (rval == kStatusNotSupported) return MiscFailure(name, rval);
+    ReportOutcome(Outcome{name, known}, rval);
+    return rval;
 }
 
-int AskNumber(const char* prompt) {
-    printf("%s", prompt);
-    int value = 0;
-    ReadIntLine(&value);
-    return value;
-}
-
-// A yes/no question: true when the answer starts with y or Y.
-bool Confirm(const char* question) {
-    printf("%s", question);
-    char answer[8];
-    ReadWordLine(answer, sizeof answer);
-    return answer[0] == 'y' || answer[0] == 'Y';
+// Reads an item's record with `fetch` and prints it with `print`, or
+// prints the item's failure line; returns the status of the read.
+template <typename Record, typename Fetch>
+U32 ShowRecord(const char* name, Record* record, Fetch fetch, void (*print)(const Record*)) {
+    U32 rval = fetch(record);
+    if (rval != 0) return MiscFailure(name, rval);
+    numLines = 0;
+    print(record);
+    return 0;
 }
 
 const char* Enabled(unsigned v) { return v ? "Enabled" : "Disabled"; }
-
-const char* LdStateText(U8 state, char* buffer, size_t size) {
-    switch (state) {
-    case 0: return "OFFLINE";
-    case 1: return "PARTIALLY DEGRADED";
-    case 2: return "DEGRADED";
-    case 3: return "OPTIMAL";
-    case KV_PINNED_LD_GONE: return "Missing";
-    default: snprintf(buffer, size, "Undefined; val = 0x%X", state); return buffer;
-    }
-}
 
 const char* DeviceTypeText(U8 type, char* buffer, size_t size) {
     switch (type) {
@@ -124,6 +85,17 @@ std::string SasText(U64 address) {
 U8 MfcByte(const _KV_MFC_DEFAULTS* mfc, size_t offset) { return reinterpret_cast<const U8*>(mfc)[offset]; }
 
 }  // namespace
+
+const char* LdStateText(U8 state, char* buffer, size_t size) {
+    switch (state) {
+    case 0: return "OFFLINE";
+    case 1: return "PARTIALLY DEGRADED";
+    case 2: return "DEGRADED";
+    case 3: return "OPTIMAL";
+    case KV_PINNED_LD_GONE: return "Missing";
+    default: snprintf(buffer, size, "Undefined; val = 0x%X", state); return buffer;
+    }
+}
 
 char* MfgDateText(U32 date, char* buffer, size_t size) {
     snprintf(buffer, size, "%u-%u-%u", (date >> 5) & 0xF, date & 0x1F, (date >> 9) & 0xFFFF);
@@ -332,20 +304,14 @@ U32 GetMFCDefaults(void) {
 
 U32 GetMFCManufacturingInfo(void) {
     _KV_MFG_PAGE1 page;
-    U32 rval = GetMfgPageFunc(1, &page, sizeof page);
-    if (rval != 0) return MiscFailure("GetMFCManufacturingInfo", rval);
-    numLines = 0;
-    PrintMfgPage1(&page);
-    return 0;
+    auto fetch = [](_KV_MFG_PAGE1* r) { return GetMfgPageFunc(1, r, sizeof *r); };
+    return ShowRecord("GetMFCManufacturingInfo", &page, fetch, PrintMfgPage1);
 }
 
 U32 GetMFCManufacturingInfo2(void) {
     _KV_MFG_PAGE2 page;
-    U32 rval = GetMfgPageFunc(2, &page, sizeof page);
-    if (rval != 0) return MiscFailure("GetMFCManufacturingInfo2", rval);
-    numLines = 0;
-    PrintMfgPage2(&page);
-    return 0;
+    auto fetch = [](_KV_MFG_PAGE2* r) { return GetMfgPageFunc(2, r, sizeof *r); };
+    return ShowRecord("GetMFCManufacturingInfo2", &page, fetch, PrintMfgPage2);
 }
 
 // Reads and prints the connectors and the multiplexers into `list`.
@@ -386,20 +352,12 @@ U32 SetSasMux(void) {
 
 U32 DisplayPhyErrorInfo(void) {
     _KV_PHY_ERROR_LIST list;
-    U32 rval = GetPhyErrorsFunc(&list);
-    if (rval != 0) return MiscFailure("DisplayPhyErrorInfo", rval);
-    numLines = 0;
-    PrintPhyErrors(&list);
-    return 0;
+    return ShowRecord("DisplayPhyErrorInfo", &list, GetPhyErrorsFunc, PrintPhyErrors);
 }
 
 U32 GetSASPHYInfo(void) {
     _KV_SAS_PHY_INFO_LIST list;
-    U32 rval = GetSASPHYInfoFunc(&list);
-    if (rval != 0) return MiscFailure("GetSASPHYInfo", rval);
-    numLines = 0;
-    PrintSASPHYInfo(&list);
-    return 0;
+    return ShowRecord("GetSASPHYInfo", &list, GetSASPHYInfoFunc, PrintSASPHYInfo);
 }
 
 U32 ChangeLinkSpeed(void) {
@@ -429,19 +387,13 @@ U32 ChangeLinkSpeed(void) {
 
 U32 GetPinnedCacheList(void) {
     _KV_PINNED_CACHE_LIST list;
-    U32 rval = GetPinnedCacheFunc(&list);
-    if (rval != 0) return MiscFailure("GetPinnedCacheList", rval);
-    numLines = 0;
-    PrintPinnedCache(&list);
-    return 0;
+    return ShowRecord("GetPinnedCacheList", &list, GetPinnedCacheFunc, PrintPinnedCache);
 }
 
 U32 DiscardPinnedCache(void) {
     _KV_PINNED_CACHE_LIST list;
-    U32 rval = GetPinnedCacheFunc(&list);
-    if (rval != 0) return MiscFailure("DiscardPinnedCache", rval);
-    numLines = 0;
-    PrintPinnedCache(&list);
+    U32 rval = ShowRecord("DiscardPinnedCache", &list, GetPinnedCacheFunc, PrintPinnedCache);
+    if (rval != 0) return rval;
     if (list.count == 0) {
         puts("No pinned cache to discard");
         return 0;
@@ -461,10 +413,8 @@ U32 DiscardPinnedCache(void) {
 
 U32 ClearBBMLog(void) {
     _KV_BBM_LOG log;
-    U32 rval = GetBBMLogFunc(&log);
-    if (rval != 0) return MiscFailure("ClearBBMLog", rval);
-    numLines = 0;
-    PrintBBMLog(&log);
+    U32 rval = ShowRecord("ClearBBMLog", &log, GetBBMLogFunc, PrintBBMLog);
+    if (rval != 0) return rval;
     U8 target = KV_BBM_ALL_LDS;
     if (!gBVTMode) target = static_cast<U8>(AskNumber("Enter logical drive ID (255 for all)--->"));
     rval = SendMiscDcmd(KV_DCMD_LD_BBM_LOG_CLEAR, target, 0, nullptr, 0);

@@ -43,6 +43,9 @@ void PrintBBMLog(const _KV_BBM_LOG* log);
 /* A manufacturing date (day bits 0-4, month 5-8, year 9-24) as
    month-day-year into `buffer`. */
 char* MfgDateText(U32 date, char* buffer, size_t size);
+/* A logical drive state code as its name ("Undefined; val = 0x%X" in
+   `buffer` for an unknown code; "Missing" for KV_PINNED_LD_GONE). */
+const char* LdStateText(U8 state, char* buffer, size_t size);
 /* A link rate code as "1.5G", "3G", ..., "Unknown", "Disabled" or "0x%X". */
 const char* LinkRateText(U8 code, char* buffer, size_t size);
 

@@ -13,6 +13,7 @@
 #include "bbu.h"
 #include "config.h"
 #include "controller.h"
+#include "ctrl_misc.h"
 #include "pd.h"
 #include "snapshot.h"
 #include "system.h"
@@ -44,16 +45,6 @@ const char* FamilyName(int family) {
     case TL_FAMILY_PX2: return "PX2";
     case TL_FAMILY_PX3: return "PX3";
     default: return "Unknown";
-    }
-}
-
-const char* LdStateName(U8 state) {
-    switch (state) {
-    case 0: return "OFFLINE";
-    case 1: return "PARTIALLY DEGRADED";
-    case 2: return "DEGRADED";
-    case 3: return "OPTIMAL";
-    default: return "UNDEFINED";
     }
 }
 
@@ -210,8 +201,9 @@ void PrintConfiguration(const TltSnapshot& s) {
         if (ld == nullptr) break;
         bool supported = true;
         const U64 blocks = LDSizeBlocks(ld, &supported);
+        char state[40];
         my_printf("  %-10d%-12s%-14s%-20s%s\n", ld->properties.ldRef.targetId, RaidLevelText(ld->params).c_str(),
-                  Mb(blocks).c_str(), LdStateName(ld->params.state),
+                  Mb(blocks).c_str(), LdStateText(ld->params.state, state, sizeof state),
                   FieldText(ld->properties.name, sizeof ld->properties.name).c_str());
     }
     my_printf("\nHot Spares : %d\n", cfg->sparesCount);
