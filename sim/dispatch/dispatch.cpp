@@ -61,6 +61,8 @@ void RegisterAll() {
     RegisterEnclCommands();
     RegisterBbuCommands();
     RegisterLdOpCommands();
+    RegisterForeignCommands();
+    RegisterSecurityCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed
