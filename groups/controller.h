@@ -31,6 +31,9 @@ U32 GetEnclListFunc(KV_ENCL_LIST* list);
 U32 GetEnclList(void);
 U32 GetLDDistribution(U8 istargetId);
 U32 GetPDDistribution(void);
+/* The logical-drive list; a failure prints "Invalid controller" or the
+   GetLDList failed line. */
+U32 GetLDListFunc(KV_LD_LIST* list);
 U32 GetLDList(void);
 U32 GetExtLDDistribution(U8 istargetId);
 U32 GetExtPDDistribution(void);

@@ -7,6 +7,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <string>
+
 #include "config.h"
 #include "controller.h"
 #include "pd.h"
@@ -32,17 +34,20 @@ U32 GuidCount(const _KV_FOREIGN_CFG_GUIDS* guids) {
 
 // The failure line of a foreign-configuration command: its own texts for
 // an incomplete configuration, an invalid controller and an invalid
-// parameter (each after `prefix`), else the failed line naming `name`.
-void ReportForeign(const char* prefix, const char* name, U32 rval) {
+// parameter (each after `prefix`), else `failed` (a format of the status).
+void ReportForeign(const std::string& prefix, const std::string& failed, U32 rval) {
     if (rval == kStatusIncomplete)
-        printf("%sIncomplete foreign configuration found.\n", prefix);
+        printf("%sIncomplete foreign configuration found.\n", prefix.c_str());
     else if (rval == TL_STATUS_INVALID_CTRL)
-        printf("%sInvalid controller\n", prefix);
+        printf("%sInvalid controller\n", prefix.c_str());
     else if (rval == kStatusInvalidParameter)
-        printf("%sInvalid parameter\n", prefix);
+        printf("%sInvalid parameter\n", prefix.c_str());
     else
-        printf("%s : ProcessLibCommandCall failed ; rval = 0x%X\n", name, rval);
+        printf(failed.c_str(), rval);
 }
+
+// The failed line of a command named `name`.
+std::string FailedLine(const std::string& name) { return name + " : ProcessLibCommandCall failed ; rval = 0x%X\n"; }
 
 U32 ForeignCommand(U8 cmd, U8 guidIndex, void* data, U32 size) {
     _TL_LIB_CMD_PARAM_T blk;
@@ -90,7 +95,7 @@ U32 ReadAndPrint(U8 cmd, U8 guidIndex, const char* prefix, const char* name) {
         if (rval == 0)
             PrintReadConfigData(cfg, 1);
         else
-            ReportForeign(prefix, name, rval);
+            ReportForeign(prefix, FailedLine(name), rval);
     }
     free(cfg);
     return rval;
@@ -102,7 +107,7 @@ U32 ForeignAction(U8 cmd, U8 guidIndex, const char* prefix, const char* name) {
     if (rval == kStatusRecognising && cmd == TL_IMPORT_FOREIGN_CONFIG)
         printf("ImportForeignConfig : LD Recognition in Progress\n");
     else if (rval != 0)
-        ReportForeign(prefix, name, rval);
+        ReportForeign(prefix, FailedLine(name), rval);
     return rval;
 }
 
@@ -143,15 +148,9 @@ U32 GetForeignConfigSize(U32 ctrlId, U32* pSize, U8 guidIndex, U8 cmd) {
     blk.pData = &empty;
     U32 rval = ProcessLibCommandCall(&blk);
     *pSize = empty.size;
-    const char* name = cmd == TL_READ_FOREIGN_CONFIG ? "READ_FOREIGN_CONFIG" : "READ_CONFIG_AFTER_IMPORT";
-    if (rval == kStatusIncomplete)
-        printf("GetForeignConfigSize (%s): Incomplete foreign configuration found.\n", name);
-    else if (rval == TL_STATUS_INVALID_CTRL)
-        printf("GetForeignConfigSize (%s): Invalid controller\n", name);
-    else if (rval == kStatusInvalidParameter)
-        printf("GetForeignConfigSize (%s): Invalid parameter\n", name);
-    else if (rval != 0)
-        printf("GetForeignConfigSize (%s): ProcessLibCommandCall failed ; retVal = 0x%X\n", name, rval);
+    const std::string prefix = std::string("GetForeignConfigSize (") +
+                               (cmd == TL_READ_FOREIGN_CONFIG ? "READ_FOREIGN_CONFIG" : "READ_CONFIG_AFTER_IMPORT") + "): ";
+    if (rval != 0) ReportForeign(prefix, prefix + "ProcessLibCommandCall failed ; retVal = 0x%X\n", rval);
     return rval;
 }
 
@@ -218,7 +217,7 @@ U32 ScanForeignConfig(void) {
     memset(&guids, 0, sizeof guids);
     rval = ForeignCommand(TL_SCAN_FOR_FOREIGN_CONFIG, 0, &guids, sizeof guids);
     if (rval != 0) {
-        ReportForeign("", "ScanForeignConfig", rval);
+        ReportForeign("", FailedLine("ScanForeignConfig"), rval);
         return rval;
     }
     if (guids.count == 0) {
@@ -248,7 +247,7 @@ U32 DisplayGuidInfo(_KV_FOREIGN_CFG_GUIDS* guids) {
             PrintConfigSummary(&info, true);
             printf("\n");
         } else if (stage == Stage::Read) {
-            ReportForeign("DisplayGuidInfo: ", "DisplayGuidInfo: ScanForeignConfig", rval);
+            ReportForeign("DisplayGuidInfo: ", FailedLine("DisplayGuidInfo: ScanForeignConfig"), rval);
         }
         free(cfg);
     }

@@ -243,6 +243,17 @@ void ReportCreate(U32 rval, bool change) {
         printf("\nCREATE KEY failed with return value : 0x%x\n", rval);
 }
 
+// The lock key of an escrow copy: one word read as a secret after the
+// prompt, its length first.
+void ReadEscrowKey(const char* prompt, KV_CTRL_ESCROW_LOCK_KEY* escrow) {
+    printf("%s", prompt);
+    char text[TLT_SECRET_SIZE];
+    ReadSecret(text, true);
+    escrow->escrowLockKeyLength = (U8)strlen(text);
+    memcpy(escrow->escrowLockKey, text, escrow->escrowLockKeyLength);
+    WipeSecret(text, sizeof text);
+}
+
 // Reprovision and Recover: a drive reference typed as two numbers.
 U32 LockedDriveCommand(U32 opcode, std::initializer_list<StatusText> texts, const char* other) {
     int deviceId = ReadNumberAt("\nEnter the Device ID :", 0);
@@ -419,14 +430,9 @@ U32 reKey(void) {
 
 U32 BackupKey(void) {
     int mode = ReadNumberAt("\nEnter 0 if to backup controller key and 1 to rekey :", 0);
-    printf("Enter lock key:");
-    char text[TLT_SECRET_SIZE];
-    ReadSecret(text, true);
     KV_CTRL_ESCROW_LOCK_KEY escrow;
     memset(&escrow, 0, sizeof escrow);
-    escrow.escrowLockKeyLength = (U8)strlen(text);
-    memcpy(escrow.escrowLockKey, text, escrow.escrowLockKeyLength);
-    WipeSecret(text, sizeof text);
+    ReadEscrowKey("Enter lock key:", &escrow);
     U32 rval = SendKeyCommand(KV_DCMD_CTRL_LOCK_KEY_BACKUP, kNoDataLength, TL_DCMD_DIR_NONE, (U32)mode, &escrow);
     WipeSecret(&escrow, sizeof escrow);
     Report(rval,
@@ -441,12 +447,7 @@ U32 VerifyKey(void) {
     memset(&record, 0, sizeof record);
     printf("\nEnter passcode :");
     ReadSecret(record.lockKeyPassPhrase.passPhrase, true);
-    printf("\nEnter lock key:");
-    char text[TLT_SECRET_SIZE];
-    ReadSecret(text, true);
-    record.escrow.escrowLockKeyLength = (U8)strlen(text);
-    memcpy(record.escrow.escrowLockKey, text, record.escrow.escrowLockKeyLength);
-    WipeSecret(text, sizeof text);
+    ReadEscrowKey("\nEnter lock key:", &record.escrow);
     U32 rval = SendKeyCommand(KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, kNoDataLength, TL_DCMD_DIR_NONE, 1, &record);
     WipeSecret(&record, sizeof record);
     Report(rval,
@@ -534,19 +535,8 @@ U32 DeleteSecuredLDs(const KV_LD_LIST& list) {
 
 U32 DestroyLockKey(void) {
     KV_LD_LIST list;
-    memset(&list, 0, sizeof list);
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_LD_LIST);
-    blk.dataSize = sizeof list;
-    blk.pData = &list;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval != 0) {
-        if (rval == TL_STATUS_INVALID_CTRL)
-            puts("Invalid controller");
-        else
-            printf("GetLDList : ProcessLibCommandCall failed; rval = 0x%X\n", rval);
-        return rval;
-    }
+    U32 rval = GetLDListFunc(&list);
+    if (rval != 0) return rval;
     KV_CTRL_INFO info;
     GetCtrlInfoFunc(&info);
     if (!info.adapterStatus.lockKeyAssigned) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "kv.h"
 #include "model/drive_states.h"
@@ -22,11 +23,21 @@ void KeyEvent(Library& lib, Controller& c, U32 code, const std::string& text) {
     LogEvent(lib, c, code, kEvtLocaleCtrl, kEvtClassInfo, kEvtArgNone, nullptr, 0, text);
 }
 
-void Assign(Controller& c, U8 binding, bool backedUp) {
+// Makes `key` the controller's key (empty for a key the EKM agent holds,
+// which needs no backup) and logs the change.
+void InstallKey(Library& lib, Controller& c, std::string key, std::string passPhrase, U8 binding, U32 code,
+                const char* text) {
+    LockKey& k = c.lockKey;
+    k.key = std::move(key);
+    k.passPhrase = std::move(passPhrase);
+    k.escrow.clear();
+    k.pendingKey.clear();
+    k.pendingEkm = false;
     c.info.adapterStatus.lockKeyAssigned = 1;
     c.info.adapterStatus.lockKeyFailed = 0;
-    c.info.adapterStatus.lockKeyNotBackedup = backedUp ? 0 : 1;
+    c.info.adapterStatus.lockKeyNotBackedup = binding == KV_LOCK_KEY_BINDING_EKM ? 0 : 1;
     c.info.lockKeyBinding = binding;
+    KeyEvent(lib, c, code, text);
 }
 
 bool IsSpecial(unsigned char ch) {
@@ -77,22 +88,15 @@ U32 CreateLockKey(Library& lib, Controller& c, U32 mode, const std::string& key,
     case KV_LOCK_KEY_LOCAL:
         if (Assigned(c)) return KFI_STAT_LOCK_KEY_ALREADY_EXISTS;
         if (!StrongPassPhrase(key) || !StrongPassPhrase(passPhrase)) return KFI_STAT_INVALID_PARAMETER;
-        k.key = key;
-        k.passPhrase = passPhrase;
         k.keyId = keyId;
-        k.escrow.clear();
-        Assign(c, kBindingLocal, false);
-        KeyEvent(lib, c, kEvtLockKeyCreated, "Controller lock key created");
+        InstallKey(lib, c, key, passPhrase, kBindingLocal, kEvtLockKeyCreated, "Controller lock key created");
         return KFI_STAT_OK;
     case KV_LOCK_KEY_EKM:
         if (Assigned(c)) return KFI_STAT_LOCK_KEY_ALREADY_EXISTS;
         if (!k.ekmAgent) return KFI_STAT_NO_EKM_AGENT;
-        k.key.clear();
-        k.passPhrase.clear();
         k.keyId = keyId;
-        k.escrow.clear();
-        Assign(c, KV_LOCK_KEY_BINDING_EKM, true);
-        KeyEvent(lib, c, kEvtLockKeyCreated, "Controller lock key created by the EKM agent");
+        InstallKey(lib, c, "", "", KV_LOCK_KEY_BINDING_EKM, kEvtLockKeyCreated,
+                   "Controller lock key created by the EKM agent");
         return KFI_STAT_OK;
     case KV_LOCK_KEY_CHANGE_LOCAL:
         if (!Assigned(c)) return KFI_STAT_LOCK_KEY_REKEY_NOT_ALLOWED;
@@ -116,21 +120,12 @@ U32 RekeyLockKey(Library& lib, Controller& c, const std::string* oldKey) {
     if (oldKey != nullptr) {
         if (k.pendingKey.empty()) return KFI_STAT_LOCK_KEY_REKEY_NOT_ALLOWED;
         if (*oldKey != k.key) return KFI_STAT_LOCK_KEY_INVALID;
-        k.key = k.pendingKey;
-        k.pendingKey.clear();
-        k.escrow.clear();
-        Assign(c, kBindingLocal, false);
-        KeyEvent(lib, c, kEvtLockKeyChanged, "Controller lock key changed");
+        InstallKey(lib, c, k.pendingKey, k.passPhrase, kBindingLocal, kEvtLockKeyChanged, "Controller lock key changed");
         return KFI_STAT_OK;
     }
     if (!k.pendingEkm) return KFI_STAT_LOCK_KEY_REKEY_NOT_ALLOWED;
     if (!k.ekmAgent) return KFI_STAT_LOCK_KEY_INVALID;
-    k.pendingEkm = false;
-    k.key.clear();
-    k.passPhrase.clear();
-    k.escrow.clear();
-    Assign(c, KV_LOCK_KEY_BINDING_EKM, true);
-    KeyEvent(lib, c, kEvtLockKeyChanged, "Controller lock key changed by the EKM agent");
+    InstallKey(lib, c, "", "", KV_LOCK_KEY_BINDING_EKM, kEvtLockKeyChanged, "Controller lock key changed by the EKM agent");
     return KFI_STAT_OK;
 }
 
