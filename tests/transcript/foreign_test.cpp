@@ -3,7 +3,8 @@
 // display, reading with import verdicts and the drives that cannot be
 // imported, the preview, the import that needs a lock key, the summary and
 // drive report after it), a wrong key, importing everything at once with
-// the enhanced index, and the firmware's refusal of too many logical drives.
+// the enhanced index, an index past the list, and the firmware's refusal of
+// too many logical drives.
 #include <string>
 #include <vector>
 
@@ -121,12 +122,14 @@ TEST(Foreign, EnhancedIndexImportsEveryConfigurationWithNewIds) {
     EXPECT_EQ(TraceField(imports[0], "ref"), "FF00000000000000");
 }
 
-TEST(Foreign, ImportBeyondTheLogicalDriveLimitIsRefused) {
+TEST(Foreign, IndexOutOfRangeAndImportBeyondTheLogicalDriveLimit) {
     std::string scenario = sectest::Preset("foreign");
     scenario.replace(scenario.find("max_lds = 16"), 12, "max_lds = 1");
-    RunResult r = sectest::RunMenu(scenario, kConfigMenu, "5\nOrigin#Key42\n3\n0\n\n");
-    EXPECT_TRUE(ContainsInOrder(r.out, {kEnhancedIndex + std::string("ImportForeignConfig : ProcessLibCommandCall "
-                                                                     "failed ; rval = 0x1A\n")}));
+    RunResult r = sectest::RunMenu(scenario, kConfigMenu, "5\nOrigin#Key42\n1\n7\n\n3\n0\n\n");
+    EXPECT_TRUE(ContainsInOrder(
+        r.out, {"Enter GUID Index from the GUID List\nGetForeignConfigSize (READ_FOREIGN_CONFIG): Invalid parameter\n"
+                "\nPress ENTER to continue",
+                kEnhancedIndex + std::string("ImportForeignConfig : ProcessLibCommandCall failed ; rval = 0x1A\n")}));
 }
 
 }  // namespace
