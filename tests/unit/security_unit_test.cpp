@@ -1,8 +1,9 @@
 // Drive security, foreign configurations and arrays on the fake library:
 // the strength rule, the key operations no menu reaches (backup, escrow,
 // boot message, locked drives) with every status text and the mailbox they
-// send, the unattended foreign-configuration run, the spans of a logical
-// drive, and array and GUID records whose counts run past what they hold.
+// send, the unattended foreign-configuration and array-information runs,
+// the spans of a logical drive, and array and GUID records whose counts run
+// past what they hold.
 #include <gtest/gtest.h>
 #include <string.h>
 
@@ -150,6 +151,16 @@ TEST_F(FakeLibraryTest, UnattendedForeignRunReadsPreviewsImportsAndClearsOnlyAmo
         if (count > 1) expected.push_back(7);
         EXPECT_EQ(codes, expected) << count << " configurations";
     }
+}
+
+TEST_F(FakeLibraryTest, UnattendedArrayInformationTakesTheBvtArrayIndex) {
+    gBVTMode = 1;
+    gArrayIndex = 3;
+    std::string out = Printed([] { EXPECT_EQ(GetArrayInfo(), 0u); });
+    EXPECT_EQ(out.find("Enter Array Id"), std::string::npos);
+    ASSERT_EQ(gFake.blocks.size(), 1u);
+    EXPECT_EQ(gFake.blocks[0].arrayRef.ref, 3);
+    EXPECT_EQ(gFake.blocks[0].dataSize, sizeof(_TL_ARRAY_INFO_T));
 }
 
 TEST_F(FakeLibraryTest, GuidListStopsAtItsEightEntries) {
