@@ -81,6 +81,13 @@ bool AnySecuredLd(const Controller& c) {
     return std::any_of(c.lds.begin(), c.lds.end(), [](const LogicalDrive& ld) { return ld.encryption != 0; });
 }
 
+U32 CheckSecurableMembers(const Controller& c, const std::vector<const Drive*>& members) {
+    if (!Assigned(c)) return KFI_STAT_WRONG_STATE;
+    for (const Drive* d : members)
+        if (d == nullptr || !(d->security & kSecFdeCapable)) return KFI_STAT_PD_NON_FDE;
+    return KFI_STAT_OK;
+}
+
 U32 CreateLockKey(Library& lib, Controller& c, U32 mode, const std::string& key, const std::string& passPhrase,
                   const std::string& keyId) {
     LockKey& k = c.lockKey;

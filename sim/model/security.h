@@ -8,6 +8,7 @@
 #define TARSELSIM_MODEL_SECURITY_H
 
 #include <string>
+#include <vector>
 
 #include "kfistat.h"
 #include "model/model.h"
@@ -35,6 +36,10 @@ inline bool DriveLocked(const Drive& d) { return (d.security & kSecLocked) != 0;
 U16 DriveSecurityWord(const Controller& c, const Drive& d);
 // Whether any logical drive is secured (its encryption byte is set).
 bool AnySecuredLd(const Controller& c);
+// Whether a new logical drive over `members` may be secured: the
+// controller holds a key (0x32 otherwise) and every member is present and
+// self-encrypting (0x4D otherwise).
+U32 CheckSecurableMembers(const Controller& c, const std::vector<const Drive*>& members);
 
 /* ---- the lock key: 0 or the firmware's refusal ---- */
 // mode: KV_LOCK_KEY_LOCAL, _CHANGE_LOCAL, _EKM or _CHANGE_EKM.

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "kfistat.h"
 #include "simlib.h"
@@ -74,6 +75,13 @@ struct Sim {
         b.pdRef.deviceId = id;
         EXPECT_EQ(lib.Call(b), 0u);
         return r;
+    }
+    U16 LdSeq(U8 target) {
+        _KV_LD_INFO r{};
+        auto b = SimLib::Block(TL_LD_CMD_TYPE, TL_GET_LD_INFO, word, &r, sizeof r);
+        b.ldRef.targetId = target;
+        EXPECT_EQ(lib.Call(b), 0u);
+        return r.ldConfig.properties.ldRef.seqNum;
     }
     U32 OnDrive(U32 opcode, U16 id, int seq = -1) {
         U32 ref = id | static_cast<U32>(seq < 0 ? Pd(id).ref.seqNum : seq) << 16;
@@ -148,6 +156,11 @@ TEST(SimLockKey, SecuredLogicalDrivesHoldTheKeyUntilDeleted) {
     Sim s("key_secured", KeyScenario("[korvane.controllers.key_management]\nkey = \"Ctrl#Key11\"\n", 1));
     EXPECT_EQ(s.Pd(10).security.w, 0x07) << "capable, enabled, secured while in a secured LD";
     EXPECT_EQ(s.Pd(12).security.w, 0x00);
+    std::vector<U8> record(4096, 0);
+    ASSERT_EQ(s.Config(TL_READ_CONFIG, 0, record.data(), (U32)record.size()), 0u);
+    U32 recordSize = 0;
+    memcpy(&recordSize, record.data(), 4);
+    record.resize(recordSize);
     EXPECT_EQ(s.Dcmd(KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, nullptr, 0), (U32)KFI_STAT_SECURE_LD_EXISTS);
     auto del = SimLib::Block(TL_LD_CMD_TYPE, TL_DELETE_LD, s.word);
     del.ldRef.targetId = 0;
@@ -158,7 +171,27 @@ TEST(SimLockKey, SecuredLogicalDrivesHoldTheKeyUntilDeleted) {
     _KV_PD_INFO freed = s.Pd(10);
     EXPECT_EQ(freed.fwState, KV_PD_STATE_UNCONFIGURED_GOOD) << "the array left with no LD is released";
     EXPECT_EQ(freed.security.w, 0x01);
+
+    // The same secured logical drive added again (current sequence numbers):
+    // refused over a drive that is not self-encrypting, or without a key;
+    // its self-encrypting drives become secured with it.
+    auto addSecured = [&](U16 second) {
+        std::vector<U8> r = record;
+        _KV_ARRAY a;
+        memcpy(&a, r.data() + KV_CONFIG_HEADER_SIZE, sizeof a);
+        a.pd[1].ref.deviceId = second;
+        for (int i = 0; i < 2; ++i) a.pd[i].ref.seqNum = s.Pd(a.pd[i].ref.deviceId).ref.seqNum;
+        memcpy(r.data() + KV_CONFIG_HEADER_SIZE, &a, sizeof a);
+        return s.Config(TL_ADD_CONFIG, 0, r.data(), (U32)r.size());
+    };
+    EXPECT_EQ(addSecured(12), (U32)KFI_STAT_PD_NON_FDE);
+    ASSERT_EQ(addSecured(11), 0u);
+    EXPECT_EQ(s.Pd(11).security.w, 0x07);
+    EXPECT_EQ(s.Dcmd(KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, nullptr, 0), (U32)KFI_STAT_SECURE_LD_EXISTS);
+    del.ldRef.seqNum = s.LdSeq(0);
+    ASSERT_EQ(s.lib.Call(del), 0u);
     EXPECT_EQ(s.Dcmd(KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, nullptr, 0), 0u);
+    EXPECT_EQ(addSecured(11), (U32)KFI_STAT_WRONG_STATE);
 }
 
 TEST(SimLockedDrives, RecoverWithTheControllersKeyAndReprovision) {
