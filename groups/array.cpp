@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "config.h"
+#include "operation.h"
 #include "pd.h"
 
 namespace {
@@ -16,14 +17,6 @@ namespace {
 constexpr U32 kMaxHoles = 32;
 constexpr U32 kMaxArrayLds = 256;
 constexpr U8 kRaid1E = 17;
-
-// "Invalid controller", or the failed line of `name`.
-void ReportFailure(const char* name, U32 rval) {
-    if (rval == TL_STATUS_INVALID_CTRL)
-        puts("Invalid controller");
-    else
-        printf("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, rval);
-}
 
 U32 ConfigCommand(U8 cmd, U16 arrayRef, void* data, U32 size) {
     _TL_LIB_CMD_PARAM_T blk;
@@ -124,16 +117,12 @@ void PrintArrayInfo(const _TL_ARRAY_INFO_T* info) {
 
 U32 GetArrayInfo(void) {
     int arrayId = gArrayIndex;
-    if (!gBVTMode) {
-        arrayId = 0;
-        printf("Enter Array Id--->");
-        ReadIntLine(&arrayId);
-    }
+    if (!gBVTMode) arrayId = AskNumber("Enter Array Id--->");
     _TL_ARRAY_INFO_T info;
     memset(&info, 0, sizeof info);
     U32 rval = ConfigCommand(TL_GET_ARRAY_INFO, (U16)arrayId, &info, sizeof info);
     if (rval != 0) {
-        ReportFailure("GetArrayInfo", rval);
+        ReportOutcome({"GetArrayInfo"}, rval);
         return rval;
     }
     PrintArrayInfo(&info);
@@ -145,7 +134,7 @@ U32 GetConfigAllowedOperation(void) {
     U32 rval = ConfigCommand(TL_GET_CONFIG_ALLOWED_OPERATION, 0, &ops, sizeof ops);
     if (rval != 0) {
         // The array-information operation's failure line, as documented.
-        ReportFailure("GetArrayInfo", rval);
+        ReportOutcome({"GetArrayInfo"}, rval);
         return rval;
     }
     puts("\nConfiguration Allowed Operations");
@@ -192,9 +181,7 @@ U32 ResizeArray(void) {
             puts("No Arrays to Optimize");
             break;
         }
-        printf("Enter Choice ");
-        int choice = 0;
-        ReadIntLine(&choice);
+        int choice = AskNumber("Enter Choice ");
         if (choice < 1 || choice > (int)choices.size()) {
             puts("Invalid Input!! Try Again");
             continue;
@@ -204,7 +191,7 @@ U32 ResizeArray(void) {
         memcpy(&record, ConfigArrayAt(cfg, chosen.index), sizeof record);
         record.size = chosen.size;
         rval = ConfigCommand(TL_RESIZE_ARRAY, 0, &record, sizeof record);
-        if (rval != 0) ReportFailure("ResizeArray", rval);
+        if (rval != 0) ReportOutcome({"ResizeArray"}, rval);
         break;
     }
     free(cfg);

@@ -17,6 +17,7 @@
 #include "config.h"
 #include "controller.h"
 #include "ld.h"
+#include "operation.h"
 
 namespace {
 
@@ -42,11 +43,8 @@ const char kSecurityKeyRule[] = "\n\n The security key is case-sensitive. It mus
 const char kPassPhraseRule[] = "\n\nThe pass phrase is case-sensitive. It must be ";
 const char kKeyPrompt[] = "\nEnter the security key (Noecho):";
 
-struct StatusText {
-    U32 status;
-    const char* text;  // a format when it holds a conversion (given the status), else printed as a line
-};
-
+// A status text is a format when it holds a conversion (given the
+// status), else it is printed as a line.
 void PrintStatusText(const char* text, U32 rval) {
     if (strchr(text, '%') != nullptr)
         printf(text, rval);
@@ -67,34 +65,15 @@ void Report(U32 rval, std::initializer_list<StatusText> texts, const char* other
     PrintStatusText(other, rval);
 }
 
-// A direct-command input of the given opcode, length, direction and data.
-_TL_DCMD_INPUT_T KeyInput(U32 opcode, U32 length, U8 dir, void* data) {
-    _TL_DCMD_INPUT_T in;
-    memset(&in, 0, sizeof in);
-    in.dataTransferLength = length;
-    in.opCode = opcode;
-    in.flags = dir;
-    in.pData = data;
-    return in;
-}
-
-U32 SendInput(_TL_DCMD_INPUT_T& in) {
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
-    blk.dataSize = sizeof in;
-    blk.pData = &in;
-    return ProcessLibCommandCall(&blk);
-}
-
 // Sends one direct command with mailbox word 0 to the selected controller.
 // A command documented with a length but without data points at zeroed
 // bytes of that length.
 U32 SendKeyCommand(U32 opcode, U32 length, U8 dir, U32 mbox0, void* data) {
     U8 none[kNoDataLength] = {};
     if (data == nullptr && length > 0 && length <= sizeof none) data = none;
-    _TL_DCMD_INPUT_T in = KeyInput(opcode, length, dir, data);
-    in.mbox.w[0] = mbox0;
-    return SendInput(in);
+    U8 mbox[12] = {};
+    memcpy(mbox, &mbox0, sizeof mbox0);
+    return IssueDcmd(opcode, dir, mbox, data, length);
 }
 
 // A terminated copy of a fixed-width text that need not hold one.
@@ -125,12 +104,6 @@ void ReadStrongKey(char* key) {
         printf("%s", kKeyPrompt);
         ReadSecret(key, false);
     } while (!strong_passcode(key));
-}
-
-int ReadNumberAt(const char* prompt, int value) {
-    printf("%s", prompt);
-    ReadIntLine(&value);
-    return value;
 }
 
 // The device id asked at "Enter the Device ID (default 65535):" when
@@ -256,10 +229,10 @@ void ReadEscrowKey(const char* prompt, KV_CTRL_ESCROW_LOCK_KEY* escrow) {
 
 // Reprovision and Recover: a drive reference typed as two numbers.
 U32 LockedDriveCommand(U32 opcode, std::initializer_list<StatusText> texts, const char* other) {
-    int deviceId = ReadNumberAt("\nEnter the Device ID :", 0);
+    int deviceId = AskNumber("\nEnter the Device ID :");
     // The second prompt repeats the first one's words; it asks for the
     // drive's sequence number.
-    int seqNum = ReadNumberAt("\nEnter the Device ID :", 0);
+    int seqNum = AskNumber("\nEnter the Device ID :");
     _KV_PD_REF ref;
     ref.deviceId = (U16)deviceId;
     ref.seqNum = (U16)seqNum;
@@ -310,10 +283,9 @@ U32 SuggestPassphrase(char* pstrSuggestedPassphrase) {
 U32 GetKeyID(char* pKeyId, int suggestKeyId, int devid, int prompt) {
     const U32 device = DeviceId(devid, prompt);
     char text[KV_LOCK_KEY_ID_LEN] = {};
-    _TL_DCMD_INPUT_T in = KeyInput(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, sizeof text, TL_DCMD_DIR_FROM_CTRL, text);
-    in.mbox.s[0] = (U16)device;
-    in.mbox.b[2] = (U8)suggestKeyId;
-    U32 rval = SendInput(in);
+    // Mailbox: the device id (16 bits), then the suggestion flag byte.
+    const U32 mbox0 = (U32)(U16)device | (U32)(U8)suggestKeyId << 16;
+    U32 rval = SendKeyCommand(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, sizeof text, TL_DCMD_DIR_FROM_CTRL, mbox0, text);
     Report(rval, {{kStatusWrongState, "\nDeviceId must be secured to retrieve keyID."}},
            "\nGet Key ID command failed rval: %d\n");
     if (pKeyId != nullptr) memcpy(pKeyId, text, sizeof text);
@@ -429,7 +401,7 @@ U32 reKey(void) {
 }
 
 U32 BackupKey(void) {
-    int mode = ReadNumberAt("\nEnter 0 if to backup controller key and 1 to rekey :", 0);
+    int mode = AskNumber("\nEnter 0 if to backup controller key and 1 to rekey :");
     KV_CTRL_ESCROW_LOCK_KEY escrow;
     memset(&escrow, 0, sizeof escrow);
     ReadEscrowKey("Enter lock key:", &escrow);

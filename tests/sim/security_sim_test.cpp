@@ -63,25 +63,24 @@ struct Sim {
         strncpy(r.lockKeyPassPhrase.passPhrase, key, 32);
         return Dcmd(opcode, 1, &r, len, mbox0);
     }
-    KV_CTRL_INFO Info() {
-        KV_CTRL_INFO info{};
-        auto b = SimLib::Block(TL_CTRL_CMD_TYPE, TL_GET_CTRL_INFO, word, &info, sizeof info);
-        EXPECT_EQ(lib.Call(b), 0u);
-        return info;
-    }
-    _KV_PD_INFO Pd(U16 id) {
-        _KV_PD_INFO r{};
-        auto b = SimLib::Block(TL_PD_CMD_TYPE, TL_GET_PD_INFO, word, &r, sizeof r);
-        b.pdRef.deviceId = id;
+    // A record read with a command whose reference `address` fills in.
+    template <typename R, typename Address>
+    R Get(U8 type, U8 code, Address address) {
+        R r{};
+        auto b = SimLib::Block(type, code, word, &r, sizeof r);
+        address(b);
         EXPECT_EQ(lib.Call(b), 0u);
         return r;
     }
+    KV_CTRL_INFO Info() {
+        return Get<KV_CTRL_INFO>(TL_CTRL_CMD_TYPE, TL_GET_CTRL_INFO, [](auto&) {});
+    }
+    _KV_PD_INFO Pd(U16 id) {
+        return Get<_KV_PD_INFO>(TL_PD_CMD_TYPE, TL_GET_PD_INFO, [id](auto& b) { b.pdRef.deviceId = id; });
+    }
     U16 LdSeq(U8 target) {
-        _KV_LD_INFO r{};
-        auto b = SimLib::Block(TL_LD_CMD_TYPE, TL_GET_LD_INFO, word, &r, sizeof r);
-        b.ldRef.targetId = target;
-        EXPECT_EQ(lib.Call(b), 0u);
-        return r.ldConfig.properties.ldRef.seqNum;
+        return Get<_KV_LD_INFO>(TL_LD_CMD_TYPE, TL_GET_LD_INFO, [target](auto& b) { b.ldRef.targetId = target; })
+            .ldConfig.properties.ldRef.seqNum;
     }
     U32 OnDrive(U32 opcode, U16 id, int seq = -1) {
         U32 ref = id | static_cast<U32>(seq < 0 ? Pd(id).ref.seqNum : seq) << 16;
@@ -98,11 +97,7 @@ struct Sim {
         return g.count;
     }
     _TL_ARRAY_INFO_T Array(U16 ref) {
-        _TL_ARRAY_INFO_T r{};
-        auto b = SimLib::Block(TL_CONFIG_CMD_TYPE, TL_GET_ARRAY_INFO, word, &r, sizeof r);
-        b.arrayRef.ref = ref;
-        EXPECT_EQ(lib.Call(b), 0u);
-        return r;
+        return Get<_TL_ARRAY_INFO_T>(TL_CONFIG_CMD_TYPE, TL_GET_ARRAY_INFO, [ref](auto& b) { b.arrayRef.ref = ref; });
     }
 };
 
