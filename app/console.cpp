@@ -11,6 +11,8 @@
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include "tarseltest.h"
 
@@ -173,6 +175,64 @@ void ReadWordLine(char* out, size_t size) {
         if (n + 1 < size) out[n++] = static_cast<char>(c);
     if (size > 0) out[n] = '\0';
     DiscardLine(c);
+}
+
+void WipeSecret(void* p, size_t n) { explicit_bzero(p, n); }
+
+namespace {
+
+// Echo of the terminal on standard input switched off for the lifetime of
+// the object (nothing when standard input is not a terminal). Input typed
+// ahead is kept (TCSANOW, not TCSAFLUSH).
+class NoEcho {
+public:
+    NoEcho() {
+        active_ = isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &saved_) == 0;
+        if (!active_) return;
+        struct termios quiet = saved_;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
+        tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    ~NoEcho() { Restore(); }
+    NoEcho(const NoEcho&) = delete;
+    NoEcho& operator=(const NoEcho&) = delete;
+    void Restore() {
+        if (!active_) return;
+        tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
+        // The line end typed was not echoed either.
+        putchar('\n');
+        active_ = false;
+    }
+
+private:
+    bool active_ = false;
+    struct termios saved_ {};
+};
+
+}  // namespace
+
+void ReadSecret(char* buffer, bool oneWord) {
+    memset(buffer, 0, TLT_SECRET_SIZE);
+    // The no-echo prompt is one blank.
+    printf(" ");
+    FlushPrompt();
+    NoEcho quiet;
+    size_t n = 0;
+    bool started = !oneWord, ended = false;
+    int c;
+    // Characters go straight from the stream into the caller's buffer; the
+    // stream itself is unbuffered (see TarseltestMain), so no other copy of
+    // the line stays behind.
+    while ((c = getchar()) != EOF && c != '\n') {
+        if (c == '\r') continue;
+        const bool blank = c == ' ' || c == '\t';
+        if (!started && blank) continue;
+        started = true;
+        if (oneWord && blank) ended = true;
+        if (!ended && n < TLT_SECRET_SIZE - 1) buffer[n++] = static_cast<char>(c);
+    }
+    quiet.Restore();
+    if (n == 0 && feof(stdin)) ExitApp();
 }
 
 int HexDump(FILE* stream, const U8* bytes, U32 length) {

@@ -15,14 +15,17 @@
 #include "ctrl_ops.h"
 #include "builder.h"
 #include "ctrl_misc.h"
+#include "array.h"
 #include "config.h"
 #include "enclosure.h"
+#include "foreign.h"
 #include "ld.h"
 #include "ld_ops.h"
 #include "passthru.h"
 #include "pd.h"
 #include "snapshot.h"
 #include "system.h"
+#include "security.h"
 
 namespace {
 
@@ -338,9 +341,9 @@ const MenuItem kConfigItems[] = {
     {2, Call<ShowConfigSummary>},  // ConfigSummary into a cleared summary, printed, FreeConfigSummary
     {3, Call<AddConfig>},
     {4, Call<ClearConfig>},
-    {5, nullptr},  // ScanForeignConfig
-    {6, nullptr},  // GetArrayInfo
-    {7, nullptr},  // GetConfigAllowedOperation
+    {5, Call<ScanForeignConfig>},  // ScanForeignConfig
+    {6, Call<GetArrayInfo>},  // GetArrayInfo
+    {7, Call<GetConfigAllowedOperation>},  // GetConfigAllowedOperation
     {8, Call<createSSCD>},
     {9, Call<GetLDsCachedBySSCD>},
 };
@@ -477,14 +480,14 @@ const char* const kKeyLines[] = {
 };
 
 const MenuItem kKeyItems[] = {
-    {1, nullptr},  // CreateKey
-    {2, nullptr},  // UnlockKey
-    {3, nullptr},  // ChangeKey
-    {4, nullptr},  // DestroyLockKey
-    {5, nullptr},  // GetKeyID (controller, index -1, mode 1) then "\nKeyID : %s" on status 0
-    {6, nullptr},  // SetKeyID(-1, 1)
-    {7, nullptr},  // SuggestPassphrase then "Suggested PassPhrase is : %s\n" when non-zero
-    {8, nullptr},  // MakeVdSecure
+    {1, Call<CreateKey>},  // CreateKey
+    {2, Call<UnlockKey>},  // UnlockKey
+    {3, Call<ChangeKey>},  // ChangeKey
+    {4, Call<DestroyLockKey>},  // DestroyLockKey
+    {5, ShowKeyID},  // GetKeyID (controller, index -1, mode 1) then "\nKeyID : %s" on status 0
+    {6, [] { SetKeyID(-1, 1); }},  // SetKeyID(-1, 1)
+    {7, ShowSuggestedPassphrase},  // SuggestPassphrase then "Suggested PassPhrase is : %s\n" when non-zero
+    {8, Call<MakeVdSecure>},  // MakeVdSecure
 };
 
 const GroupMenu kKeyMenu = {

@@ -311,6 +311,9 @@ bool AnswerInformationOption(int argc, char** argv) {
 
 int TarseltestMain(int argc, char** argv) {
     if (AnswerInformationOption(argc, argv)) return 0;
+    // Standard input is read unbuffered: a key or pass phrase read from it
+    // then never sits in a stream buffer that could not be wiped.
+    setvbuf(stdin, nullptr, _IONBF, 0);
     int runCount = 1;
     _TL_CTRL_LIST_T* lists[] = {&gCtrlList, &gCtrlListKV, &gCtrlListPX, &gCtrlListPX2, &gCtrlListPX3};
     for (_TL_CTRL_LIST_T* l : lists) {

@@ -523,8 +523,6 @@ int isArrayInLd(const _TL_ARRAY_INFO_T* pArrayInfo, U8 targetId) {
     return 0;
 }
 
-namespace {
-
 U32 ValidateArrayIndex(const _TLT_CONFIG_INFO* pInfo, int arrayIndex) {
     if (pInfo == nullptr || pInfo->pMrConfigData == nullptr || pInfo->pSlArrayInfo == nullptr) {
         printf("GetArrayFreeSpace: NULL paramter passed\n");
@@ -536,6 +534,8 @@ U32 ValidateArrayIndex(const _TLT_CONFIG_INFO* pInfo, int arrayIndex) {
     }
     return 0;
 }
+
+namespace {
 
 U64 CountedFree(const _TL_ARRAY_INFO_T& ai) {
     U64 sum = 0;

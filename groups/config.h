@@ -39,6 +39,10 @@ U64 LDSizeBlocks(const _KV_LD_CONFIG* ld, bool* supported);
 U32 GetArrayFreeBlocksPerDisk(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks);
 U32 GetArrayFreeBlocks(_TLT_CONFIG_INFO* pInfo, int arrayIndex, U64* freeBlocks);
 int isArrayInLd(const _TL_ARRAY_INFO_T* pArrayInfo, U8 targetId);
+/* 0 when the summary and the array index can be used, else the status
+   after "GetArrayFreeSpace: NULL paramter passed" (0x800B) or
+   "GetArrayFreeSpace: Invalid array index" (0x8019). */
+U32 ValidateArrayIndex(const _TLT_CONFIG_INFO* pInfo, int arrayIndex);
 
 /* ---- BVT globals read and set by the listings ---- */
 extern U8 gLdID;

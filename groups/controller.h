@@ -42,6 +42,9 @@ U32 GetLDDistribution(U8 istargetId);
    "Invalid controller" or the GetLDDistribution failed line. */
 U32 GetLDDistributionFunc(_TL_DRIVE_DISTRIBUTION_T* dist);
 U32 GetPDDistribution(void);
+/* The logical-drive list; a failure prints "Invalid controller" or the
+   GetLDList failed line. */
+U32 GetLDListFunc(KV_LD_LIST* list);
 U32 GetLDList(void);
 U32 GetExtLDDistribution(U8 istargetId);
 U32 GetExtPDDistribution(void);

@@ -449,22 +449,25 @@ U32 GetPDDistribution(void) {
         });
 }
 
-U32 GetLDList(void) {
-    std::vector<U8> buffer(sizeof(KV_LD_LIST), 0);
-    KV_LD_LIST* list = reinterpret_cast<KV_LD_LIST*>(buffer.data());
+U32 GetLDListFunc(KV_LD_LIST* list) {
+    memset(list, 0, sizeof(*list));
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_LD_LIST);
     blk.dataSize = sizeof(KV_LD_LIST);
     blk.pData = list;
     U32 rval = ProcessLibCommandCall(&blk);
-    if (rval == TL_STATUS_INVALID_CTRL) {
+    if (rval == TL_STATUS_INVALID_CTRL)
         printf("Invalid controller\n");
-        return rval;
-    }
-    if (rval != 0) {
+    else if (rval != 0)
         printf("GetLDList : ProcessLibCommandCall failed; rval = 0x%X\n", rval);
-        return rval;
-    }
+    return rval;
+}
+
+U32 GetLDList(void) {
+    std::vector<U8> buffer(sizeof(KV_LD_LIST), 0);
+    KV_LD_LIST* list = reinterpret_cast<KV_LD_LIST*>(buffer.data());
+    U32 rval = GetLDListFunc(list);
+    if (rval != 0) return rval;
     printf("\n# of Logical Drives : %d\n", list->ldCount);
     if (list->ldCount == 0) return 0;
     puts("Logical Drive Details");

@@ -388,20 +388,8 @@ int GetLDProperties(void) {
 
 int DisplayLDProperties(void) {
     _KV_LD_LIST list;
-    memset(&list, 0, sizeof list);
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_CTRL_CMD_TYPE, TL_GET_LD_LIST);
-    blk.dataSize = sizeof list;
-    blk.pData = &list;
-    U32 rval = ProcessLibCommandCall(&blk);
-    if (rval == TL_STATUS_INVALID_CTRL) {
-        printf("Invalid controller\n");
-        return (int)rval;
-    }
-    if (rval != 0) {
-        printf("GetLDList : ProcessLibCommandCall failed; rval = 0x%X\n", rval);
-        return (int)rval;
-    }
+    U32 rval = GetLDListFunc(&list);
+    if (rval != 0) return (int)rval;
     printf("\n# of Logical Drives : %d\n", list.ldCount);
     U32 count = list.ldCount < KV_LD_LIST_MAX ? list.ldCount : KV_LD_LIST_MAX;
     for (U32 i = 0; i < count; ++i) {

@@ -44,6 +44,12 @@ int displayDriveCurrentTemp(void);
 /* True when the drive's supported-log-pages page lists the temperature page. */
 bool isTempPageSupported(int devId);
 
+/* Puts the drive's current sequence number into the block's reference;
+   a failure prints "GetPDSequenceNumber failed : rval = 0x%X". */
+U32 FillPDSequenceNumber(_TL_LIB_CMD_PARAM_T& blk);
+/* Issues a filled state-setting block and prints the SetPDState outcome. */
+U32 IssueSetPDState(_TL_LIB_CMD_PARAM_T& blk);
+
 /* Printers of the returned records. */
 void PrintLDOfPD(const _TL_LD_OF_PD_T* lds);
 void PrintPDAllowedOps(const _KV_PD_ALLOWED_OPS* ops);

@@ -37,8 +37,15 @@ U16 ReadDeviceId(U16 bvtId) {
     return (U16)id;
 }
 
-// Puts the drive's current sequence number into the block's reference.
-U32 FillSequenceNumber(_TL_LIB_CMD_PARAM_T& blk) {
+U32 Issue(_TL_LIB_CMD_PARAM_T& blk, const Outcome& o) {
+    U32 rval = ProcessLibCommandCall(&blk);
+    ReportOutcome(o, rval);
+    return rval;
+}
+
+}  // namespace
+
+U32 FillPDSequenceNumber(_TL_LIB_CMD_PARAM_T& blk) {
     U16 seq = 0;
     int rval = GetPDSequenceNumber(blk.pdRef.deviceId, &seq);
     if (rval != 0) {
@@ -49,11 +56,16 @@ U32 FillSequenceNumber(_TL_LIB_CMD_PARAM_T& blk) {
     return 0;
 }
 
-U32 Issue(_TL_LIB_CMD_PARAM_T& blk, const Outcome& o) {
-    U32 rval = ProcessLibCommandCall(&blk);
-    ReportOutcome(o, rval);
-    return rval;
+U32 IssueSetPDState(_TL_LIB_CMD_PARAM_T& blk) {
+    return Issue(blk, {"SetPDState",
+                       {{kStatusInvalidParameter, "New state is invalid"},
+                        kSeqOutOfSync,
+                        kDeviceInvalid,
+                        {47, "Drive owned by peer"},
+                        {kStatusWrongState, "New state is not allowed"}}});
 }
+
+namespace {
 
 // A query of one drive that fills a record; a failure prints its line.
 U32 QueryDrive(U8 cmd, U16 bvtId, void* record, U32 size, const Outcome& o) {
@@ -75,7 +87,7 @@ int SimpleAction(U8 cmd, U16 bvtId, bool changesState, const Outcome& o) {
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, cmd);
     blk.pdRef.deviceId = ReadDeviceId(bvtId);
     if (changesState) {
-        if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+        if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     }
     return (int)Issue(blk, o);
 }
@@ -312,7 +324,7 @@ int ReplaceMissingPD(void) {
         blk.cmdParam_2b[0] = (U16)AskNumber("Enter array index--->");
         blk.cmdParam_2b[1] = (U16)AskNumber("Enter array row number--->");
     }
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     return (int)Issue(blk, {"ReplaceMissingPD",
                             {kSeqOutOfSync,
                              {9, "Array Index is invalid"},
@@ -381,7 +393,7 @@ int MakeGlobalHotspare(void) {
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_MAKE_GLOBAL_HOTSPARE);
     if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kGlobal)) return (int)rval;
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     return (int)Issue(blk, {"MakeGlobalHotspare"});
 }
 
@@ -389,7 +401,7 @@ int MakeDedicatedHotspare(void) {
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_MAKE_DEDICATED_HOTSPARE);
     if (U32 rval = PickSpareDrive(&blk.pdRef.deviceId, BvtPick::kDedicated)) return (int)rval;
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
 
     _TL_ARRAY_LIST_T arrays;
     memset(&arrays, 0, sizeof arrays);
@@ -492,7 +504,7 @@ int FormatPD(void) {
         (void)answer;
         return 0;
     }
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     return (int)Issue(blk, {"FormatPD"});
 }
 
@@ -506,7 +518,7 @@ int SetPDState(void) {
     _TL_LIB_CMD_PARAM_T blk;
     InitCmdBlock(&blk, TL_PD_CMD_TYPE, TL_SET_PD_STATE);
     blk.pdRef.deviceId = ReadDeviceId(gConfPdID);
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     int choice = 4;
     if (!gBVTMode) {
         puts("Possible PD states :");
@@ -529,12 +541,7 @@ int SetPDState(void) {
     default: return 0;
     }
     blk.cmdParam_2b[0] = state;
-    return (int)Issue(blk, {"SetPDState",
-                            {{kStatusInvalidParameter, "New state is invalid"},
-                             kSeqOutOfSync,
-                             kDeviceInvalid,
-                             {47, "Drive owned by peer"},
-                             {kStatusWrongState, "New state is not allowed"}}});
+    return (int)IssueSetPDState(blk);
 }
 
 int GetPDAllowedOperation(void) {
@@ -593,7 +600,7 @@ int MakeHotspare(void) {
             }
         }
     }
-    if (U32 rval = FillSequenceNumber(blk)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(blk)) return (int)rval;
     blk.dataSize = sizeof spare;
     blk.pData = &spare;
     return (int)Issue(blk, {"MakeHotspare",
@@ -664,7 +671,7 @@ int AbortCopyback(void) {
     _TL_LIB_CMD_PARAM_T ref;
     InitCmdBlock(&ref, TL_PD_CMD_TYPE, TL_GET_PD_INFO);
     ref.pdRef.deviceId = ReadDeviceId(bvtId);
-    if (U32 rval = FillSequenceNumber(ref)) return (int)rval;
+    if (U32 rval = FillPDSequenceNumber(ref)) return (int)rval;
     U32 rval = SendCopybackDcmd(KV_DCMD_PD_COPYBACK_ABORT, (U32)ref.pdRef.deviceId | (U32)ref.pdRef.seqNum << 16, 0);
     ReportCopyback(rval, "Abort Copyback", false);
     return (int)rval;

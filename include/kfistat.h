@@ -60,8 +60,18 @@ typedef enum KFI_STAT {
     KFI_STAT_RESERVATION_IN_PROGRESS = 0x36,
     KFI_STAT_I2C_ERRORS_DETECTED = 0x37,
     KFI_STAT_PCI_ERRORS_DETECTED = 0x38,
+    KFI_STAT_FOREIGN_CONFIG_INCOMPLETE = 0x3B, /* drives of a foreign configuration are missing */
     KFI_STAT_HW_UNSUPPORTED = 0x3D, /* the hardware present does not support the request */
     KFI_STAT_COPYBACK_IN_PROGRESS = 0x3F,
+    KFI_STAT_LOCK_KEY_ALREADY_EXISTS = 0x43,
+    KFI_STAT_LOCK_KEY_BACKUP_NOT_ALLOWED = 0x44,
+    KFI_STAT_LOCK_KEY_VERIFY_NOT_ALLOWED = 0x45,
+    KFI_STAT_LOCK_KEY_REKEY_NOT_ALLOWED = 0x47, /* no key, or no change waiting for its rekey */
+    KFI_STAT_LOCK_KEY_INVALID = 0x48,          /* wrong key: host authentication failed */
+    KFI_STAT_LOCK_KEY_ESCROW_INVALID = 0x49,
+    KFI_STAT_SECURE_LD_EXISTS = 0x4B,          /* the key still secures logical drives */
+    KFI_STAT_PD_NON_FDE = 0x4D,
+    KFI_STAT_NO_EKM_AGENT = 0x5A,
     KFI_STAT_INVALID_STATUS = 0xFF
 } KFI_STAT;
 

@@ -196,7 +196,8 @@ typedef union _KV_RAID_LEVELS {
     };
 } _KV_RAID_LEVELS;
 
-/* supportEnclEnumeration has no documented position: bit 19 here. */
+/* supportEnclEnumeration and supportEnhForeignImport have no documented
+   position: bits 19 and 27 here. */
 typedef union _KV_ADAPTER_OPS {
     U32 w;
     struct {
@@ -221,7 +222,7 @@ typedef union _KV_ADAPTER_OPS {
         U32 supportMultipath : 1;       /* 24 */
         U32 supportOddEveninRAID1E : 1; /* 25 */
         U32 supportSecurity : 1;        /* 26 */
-        U32 reserved27 : 1;
+        U32 supportEnhForeignImport : 1; /* 27 (our choice) */
         U32 supportOCEwithNoDriveAddition : 1; /* 28 */
         U32 supportEKM : 1;                    /* 29 */
         U32 supportSnapshot : 1;               /* 30 */
@@ -234,7 +235,7 @@ typedef union _KV_ADAPTER_OPS2 {
     U32 w;
     struct {
         U32 supportPointInTimeProgress : 1; /* 0 */
-        U32 supportEnhForeignImport : 1;    /* 1 */
+        U32 reserved1 : 1;
         U32 supportPIcontroller : 1;        /* 2 */
         U32 reserved : 29;
     };
@@ -502,5 +503,6 @@ TL_STATIC_ASSERT(sizeof(_KV_SAS_CONNECTORS) == 168, "connectors");
 #include "kv_ops.h"
 #include "kv_bbu.h"
 #include "kv_ctrl_misc.h"
+#include "kv_security.h"
 
 #endif

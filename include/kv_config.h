@@ -469,6 +469,19 @@ typedef struct _KV_MIRROR_LIST {
     U32 count;
     _KV_MIRROR_PAIR pair[KV_MIRROR_LIST_MAX];
 } _KV_MIRROR_LIST;
+/* ---- foreign configurations: the scan's GUID list (196 bytes) ---- */
+#define KV_MAX_FOREIGN_CONFIGS 8
+/* GUID index that addresses every foreign configuration at once. */
+#define KV_FOREIGN_GUID_ALL 255
+
+typedef struct _KV_DDF_HEADER_GUID {
+    U8 guid[24];
+} _KV_DDF_HEADER_GUID;
+
+typedef struct _KV_FOREIGN_CFG_GUIDS {
+    U32 count;
+    _KV_DDF_HEADER_GUID ddf[KV_MAX_FOREIGN_CONFIGS];
+} _KV_FOREIGN_CFG_GUIDS;
 
 /* ---- the tool's own configuration summary ---- */
 typedef struct __attribute__((packed)) _TLT_PD_INFO {
@@ -628,6 +641,7 @@ TL_STATIC_ASSERT(sizeof(_KV_MIRROR_PAIR) == 8, "mirror pair");
 TL_STATIC_ASSERT(offsetof(_KV_MIRROR_PAIR, mirrorDeviceId) == 4, "mirror pair");
 TL_STATIC_ASSERT(sizeof(_KV_MIRROR_LIST) == 260, "mirror list");
 TL_STATIC_ASSERT(offsetof(_KV_LD_INFO, flags) == 303, "ld info");
+TL_STATIC_ASSERT(sizeof(_KV_FOREIGN_CFG_GUIDS) == 196, "foreign guids");
 TL_STATIC_ASSERT(sizeof(_TLT_PD_INFO) == 19, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, coercedSize) == 4, "tlt pd info");
 TL_STATIC_ASSERT(offsetof(_TLT_PD_INFO, state) == 12, "tlt pd info");

@@ -123,6 +123,17 @@ void ReadWordLine(char* out, size_t size);
 /* Read one whole line (without its line end), however long; end of input
    before anything was typed: ExitApp. */
 std::string ReadLine(void);
+/* Size of the buffer a secret is read into: 32 characters and the end. */
+#define TLT_SECRET_SIZE 33
+/* Read a secret (key, pass phrase, escrow text) without echo after the
+   one-blank prompt: from the terminal with echo off when standard input is
+   one, else one line of standard input. At most 32 characters are kept (the
+   rest of the line is discarded unseen); with `oneWord` only the first word
+   of the line. Every copy the reader made is wiped; the caller wipes
+   `buffer` (WipeSecret) when done. End of input: ExitApp. */
+void ReadSecret(char* buffer, bool oneWord);
+/* Overwrite memory that held a secret, in a way the compiler keeps. */
+void WipeSecret(void* p, size_t n);
 /* Read one character (getchar); end of input: ExitApp. */
 int ReadChar(void);
 /* Flush standard output before a read so prompts show through a pipe. */

@@ -4,6 +4,8 @@
 #ifndef TARSELSIM_REGISTRY_H
 #define TARSELSIM_REGISTRY_H
 
+#include <vector>
+
 #include "kfistat.h"
 #include "model/model.h"
 #include "tarsel.h"
@@ -31,6 +33,12 @@ DcmdHandler FindDcmd(U32 opcode);
 // The status for a dataSize that is not the record's size, or a null pData.
 U32 CheckData(const _TL_LIB_CMD_PARAM_T* blk, size_t expected);
 
+// Copies a record of variable size (a configuration record) into the
+// block's buffer: as much of it as the buffer holds, the rest of the buffer
+// zeroed; the record's own size field tells the whole size. A buffer
+// smaller than the record's header is refused.
+U32 CopyVariableRecord(_TL_LIB_CMD_PARAM_T* blk, const std::vector<U8>& record);
+
 // Registration functions, one per command file; called once at load.
 void RegisterSystemCommands();
 void RegisterPassthruCommands();
@@ -45,6 +53,8 @@ void RegisterBbuCommands();
 void RegisterLdOpCommands();
 // Manufacturing pages, SAS multiplexers, PHYs, pinned cache, bad-block log (ctrl_misc.cpp).
 void RegisterCtrlMiscCommands();
+void RegisterForeignCommands();
+void RegisterSecurityCommands();
 
 } // namespace tarselsim
 

@@ -1,6 +1,8 @@
 // Command trace lines.
 #include "core/trace.h"
 
+#include "kv_security.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,6 +15,25 @@ namespace tarselsim {
 namespace {
 
 constexpr size_t kMaxDataBytes = 512;
+
+// Leading bytes of a direct command's buffer that hold a key, a pass
+// phrase or an escrow copy: the trace shows each of them as "**".
+size_t SecretBytes(U32 opcode, size_t length) {
+    switch (opcode) {
+    case KV_DCMD_CTRL_LOCK_KEY_CREATE:
+        return length < offsetof(KV_CTRL_LOCK_KEY_PARAMS, keyId) ? length : offsetof(KV_CTRL_LOCK_KEY_PARAMS, keyId);
+    case KV_DCMD_CTRL_LOCK_KEY_REKEY:
+    case KV_DCMD_CTRL_LOCK_KEY_BACKUP:
+    case KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW:
+    case KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW: return length;
+    default: return 0;
+    }
+}
+
+std::string MaskedHex(U32 opcode, const void* p, size_t n) {
+    size_t secret = SecretBytes(opcode, n);
+    return std::string(secret * 2, '*') + HexBytes(static_cast<const unsigned char*>(p) + secret, n - secret);
+}
 
 std::string Format(const char* fmt, unsigned long long a, unsigned long long b = 0, unsigned long long c = 0) {
     char buf[96];
@@ -58,7 +79,8 @@ void TraceRecord::Capture(int family, const _TL_LIB_CMD_PARAM_T* blk) {
             tail_ += Format(" opcode=0x%08llX dlen=%llu dflags=%llu", in.opCode, in.dataTransferLength, in.flags);
             tail_ += " mbox=" + HexBytes(in.mbox.b, sizeof in.mbox.b);
             if (in.dataTransferLength > 0 && in.pData)
-                tail_ += " data=" + HexBytes(in.pData, in.dataTransferLength < kMaxDataBytes ? in.dataTransferLength : kMaxDataBytes);
+                tail_ += " data=" + MaskedHex(in.opCode, in.pData,
+                                              in.dataTransferLength < kMaxDataBytes ? in.dataTransferLength : kMaxDataBytes);
         }
         return;
     }

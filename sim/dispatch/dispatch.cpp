@@ -62,6 +62,8 @@ void RegisterAll() {
     RegisterBbuCommands();
     RegisterLdOpCommands();
     RegisterCtrlMiscCommands();
+    RegisterForeignCommands();
+    RegisterSecurityCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed

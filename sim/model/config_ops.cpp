@@ -12,6 +12,7 @@
 #include "model/config_records.h"
 #include "model/drive_states.h"
 #include "model/events.h"
+#include "model/security.h"
 
 namespace tarselsim {
 
@@ -187,6 +188,12 @@ U32 CheckLds(Library& lib, const Controller& c, const Record& r, const std::vect
             if (lib.family != TL_FAMILY_KV || cacheGroup || !allSsd || (ld.raidLevel != 0 && ld.raidLevel != 1))
                 return KFI_STAT_INVALID_PARAMETER;
             cacheGroup = true;
+        }
+        // A secured logical drive needs the controller's key and
+        // self-encrypting members, which become secured with it.
+        if (prm.encryptionType != 0) {
+            if (U32 rc = CheckSecurableMembers(c, members)) return rc;
+            ld.encryption = prm.encryptionType;
         }
         ApplyCachePolicyBits(ld, p.defaultCachePolicy);
         ld.diskCachePolicy = p.diskCachePolicy;

@@ -5,6 +5,7 @@
 
 #include "model/config_records.h"
 #include "model/ctrl_misc.h"
+#include "model/security.h"
 
 namespace tarselsim {
 
@@ -109,7 +110,8 @@ _KV_PD_INFO BuildPdInfo(const Controller& c, const Drive& d) {
     r.state.inVD = arr != nullptr && !LdsOnArray(c, arr->ref).empty();
     r.state.isSpare = spare != nullptr;
     r.state.isGlobalSpare = spare != nullptr && !spare->dedicated;
-    r.state.isForeign = d.foreign;
+    // A locked drive's configuration cannot be read, so it does not show as foreign.
+    r.state.isForeign = d.foreign && !DriveLocked(d);
     r.state.intf = RecordInterface(d.interfaceType);
 
     const Enclosure* encl = c.findEnclosure(d.enclDeviceId);
@@ -135,7 +137,7 @@ _KV_PD_INFO BuildPdInfo(const Controller& c, const Drive& d) {
     r.allowedOps = PdAllowedOps(c, d);
     r.copyBackPartnerId = d.copyBackPartner;
     r.enclPartnerDeviceId = d.sasAddr[1] && encl ? encl->deviceId : 0xFFFF;
-    r.security.w = d.security;
+    r.security.w = DriveSecurityWord(c, d);
     r.mediaType = d.mediaType;
     r.notCertified = 0;
     r.interfaceType = RecordInterface(d.interfaceType);

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "model/config_records.h"
+#include "model/security.h"
 
 namespace tarselsim {
 
@@ -30,8 +31,10 @@ _KV_LD_ALLOWED_OPS LdAllowedOps(const Controller&, const LogicalDrive& ld) {
 
 U32 ConfigAllowedOps(const Controller& c) {
     U32 ops = 0;
-    bool freeDrive = std::any_of(c.drives.begin(), c.drives.end(),
-                                 [](const Drive& d) { return d.scsiDevType == 0 && d.state == PD_UNCONFIGURED_GOOD; });
+    // Foreign and locked drives cannot take part in a new configuration.
+    bool freeDrive = std::any_of(c.drives.begin(), c.drives.end(), [](const Drive& d) {
+        return d.scsiDevType == 0 && d.state == PD_UNCONFIGURED_GOOD && !d.foreign && !DriveLocked(d);
+    });
     if (freeDrive) ops |= 1u;
     if (!c.arrays.empty() || !c.spares.empty()) ops |= 2u;
     return ops;

@@ -7,6 +7,7 @@
 
 #include "model/activity.h"
 #include "model/events.h"
+#include "model/security.h"
 
 namespace tarselsim {
 
@@ -22,7 +23,10 @@ bool IsDiskDevice(const Drive& d) { return d.scsiDevType == 0; }
 bool IsMember(const Controller& c, const Drive& d) { return ArrayOfDrive(c, d.deviceId) != nullptr; }
 // A drive busy with something that keeps it where it is.
 bool Busy(const Drive& d) { return d.preparedForRemoval || d.clear.active || d.copyBack.active; }
-bool IsFree(const Drive& d) { return IsDiskDevice(d) && d.state == PD_UNCONFIGURED_GOOD && !d.foreign && !Busy(d); }
+// A locked drive's data cannot be reached until its key is given.
+bool IsFree(const Drive& d) {
+    return IsDiskDevice(d) && d.state == PD_UNCONFIGURED_GOOD && !d.foreign && !DriveLocked(d) && !Busy(d);
+}
 
 // Severity of a span: 0 optimal, 1 partially degraded, 2 degraded, 3 offline.
 int SpanSeverity(U8 prl, size_t drives, size_t lost) {

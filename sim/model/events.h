@@ -154,6 +154,21 @@ enum EventCode : U32 {
     kEvtLdMirrorBroken = 0x0414,
     kEvtLdMirrorJoined = 0x0415,
     kEvtLdBootDrive = 0x0416,
+    // Arrays and foreign configurations.
+    kEvtArrayResized = 0x0182,
+    kEvtForeignImported = 0x0180,
+    kEvtForeignCleared = 0x0181,
+    // Drive security.
+    kEvtLockKeyCreated = 0x0170,
+    kEvtLockKeyChanged = 0x0171,
+    kEvtLockKeyBackedUp = 0x0172,
+    kEvtLockKeyBackupAcked = 0x0173,
+    kEvtLockKeyEscrowVerified = 0x0174,
+    kEvtLockKeyDestroyed = 0x0175,
+    kEvtLockKeyIdSet = 0x0176,
+    kEvtLockKeyRecovered = 0x0177,
+    kEvtPdUnlocked = 0x0178,
+    kEvtPdReprovisioned = 0x0179,
 };
 
 // Appends an event to the controller's log with the next sequence number

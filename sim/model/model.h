@@ -89,6 +89,7 @@ struct Drive {
     // Sectors written through passthrough, by LBA (512 bytes each); a read
     // of any other sector returns zeros (block 0: the boot record above).
     std::map<U64, std::vector<U8>> sectors;
+    std::string lockKey;        // key that locked the drive's data (a foreign key; security.h)
 };
 
 struct Enclosure {
@@ -177,6 +178,32 @@ struct HotSpare {
     std::vector<U16> arrays;
 };
 
+// The controller's drive-security key (security.h). Whether a key is
+// assigned, and how it is bound, is the information record's
+// adapterStatus.lockKeyAssigned and lockKeyBinding.
+struct LockKey {
+    std::string key;           // the security key (empty for an EKM key)
+    std::string passPhrase;
+    std::string keyId;
+    std::string escrow;        // the escrow copy backed up; empty: none
+    std::string pendingKey;    // a local change that waits for its rekey with the old key
+    bool pendingEkm = false;   // an EKM change that waits for its rekey
+    bool ekmAgent = false;     // an EKM agent answers (BIOS data)
+    bool suggestions = true;   // hardware that generates pass phrases is present
+    U32 suggested = 0;         // pass phrases and key ids suggested so far
+};
+
+// A configuration another controller wrote on drives now attached to this
+// one (foreign.h). Array slots name drives of this controller or are
+// missing (0xFFFF).
+struct ForeignConfig {
+    U8 guid[24] = {};
+    std::vector<Array> arrays;
+    std::vector<LogicalDrive> lds;
+    std::vector<HotSpare> spares;
+    std::string keyId;         // identifier of the key that locked its drives
+};
+
 // Capability words and identity of one controller, used to build its
 // information record.
 struct Controller {
@@ -198,6 +225,8 @@ struct Controller {
     Bbu bbu;
     std::vector<MirrorPair> mirrors;
     int bootTarget = -1;       // target id of the boot drive; -1: none
+    LockKey lockKey;
+    std::vector<ForeignConfig> foreign;
     U16 configSeqNum = 1;
     // Target ids held by logical drives of other kinds (snapshot views and
     // repositories), answered by the target-id query.

@@ -45,6 +45,16 @@ void ReadConfiguration(TableReader& t, Controller& c, BuildContext& ctx);
 // (ctrl_ops.cpp). Read after the configuration: they name logical drives.
 void ReadControllerOps(TableReader& t, Controller& c, int family);
 
+// The lock key, EKM agent and pass-phrase hardware of [...key_management]
+// (security.cpp).
+void ReadKeyManagement(TableReader& t, Controller& c);
+
+// [[...foreign_configs]]: configurations another controller wrote on drives
+// of this one, each with the arrays, logical drives and spares tables of a
+// configuration; their drives become foreign (and locked with 'lock_key').
+// Read after the controller's own configuration (security.cpp).
+void ReadForeignConfigs(TableReader& t, Controller& c, int family);
+
 // Blocks of a drive after the controller's coercion: raw size less the
 // reserved metadata area, rounded down as the family's coercion mode says.
 void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);

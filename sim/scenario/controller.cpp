@@ -45,7 +45,7 @@ constexpr NamedBit kBits[] = {
     {"more_than_8_phys", W_ADAPTER, 18}, {"encl_enumeration", W_ADAPTER, 19}, {"abort_cc_on_error", W_ADAPTER, 23},
     {"multipath", W_ADAPTER, 24}, {"odd_even_raid1e", W_ADAPTER, 25}, {"security", W_ADAPTER, 26},
     {"oce_no_drive_addition", W_ADAPTER, 28}, {"ekm", W_ADAPTER, 29}, {"snapshot", W_ADAPTER, 30},
-    {"point_in_time_progress", W_ADAPTER2, 0}, {"enhanced_foreign_import", W_ADAPTER2, 1}, {"pi_controller", W_ADAPTER2, 2},
+    {"point_in_time_progress", W_ADAPTER2, 0}, {"enhanced_foreign_import", W_ADAPTER, 27}, {"pi_controller", W_ADAPTER2, 2},
     {"read_policy", W_LD, 0}, {"write_policy", W_LD, 1}, {"io_policy", W_LD, 2}, {"access_policy", W_LD, 3},
     {"disk_cache_policy", W_LD, 4}, {"reconstruction", W_LD, 5}, {"ctrl_encryption", W_LD, 8}, {"ldbbm", W_LD, 9},
     {"power_savings", W_LD, 12}, {"ps_max_with_cache", W_LD, 13}, {"break_mirror", W_LD, 14},

@@ -136,6 +136,7 @@ void ReadDrive(const Node& n, Controller& c, BuildContext& ctx, std::set<U16>& i
     d.foreign = t.boolean("foreign", false);
     d.exposedToHost = t.boolean("exposed_to_host", false);
     d.security = static_cast<U16>(t.integer("security", 0, 0, 0xFFFF));
+    d.lockKey = t.string("lock_key", "", 32);
     d.seqNum = static_cast<U16>(t.integer("seq_num", 1, 0, 0xFFFF));
     d.bootPartition = t.boolean("boot_partition", false);
     d.locateActive = t.boolean("locate", false);

@@ -177,6 +177,8 @@ Controller ReadController(const Node& n, int family, std::set<U32>& ids) {
         ReadConfiguration(t, c, ctx);
     }
     ReadControllerOps(t, c, family);
+    ReadKeyManagement(t, c);
+    ReadForeignConfigs(t, c, family);
     t.finish();
     c.info.properties = c.props;
     return c;

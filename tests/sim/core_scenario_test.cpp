@@ -26,6 +26,7 @@
 #include "../../sim/scenario/generate.cpp"
 #include "../../sim/scenario/loader.cpp"
 #include "../../sim/scenario/reader.cpp"
+#include "../../sim/scenario/security.cpp"
 #include "../../sim/scenario/toml_reader.cpp"
 
 namespace tarselsim {
