@@ -20,7 +20,7 @@ namespace {
 // Controllers of each preset, by their index in the merged list; a preset
 // missing here fails the test so that a new preset is recorded too.
 const std::map<std::string, std::vector<int>> kPresets = {
-    {"default", {0}}, {"multi", {0, 1, 2, 3}}, {"oob", {0}}, {"large", {0}}, {"empty", {}},
+    {"default", {0}}, {"multi", {0, 1, 2, 3}}, {"oob", {0}}, {"large", {0}}, {"empty", {}}, {"foreign", {0}},
 };
 
 std::vector<std::string> PresetNames() {
