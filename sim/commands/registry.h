@@ -43,6 +43,7 @@ void RegisterCtrlOpsCommands();
 void RegisterEnclCommands();
 void RegisterBbuCommands();
 void RegisterLdOpCommands();
+void RegisterEventCommands();
 
 } // namespace tarselsim
 

@@ -14,6 +14,7 @@
 #include "dispatch/library.h"
 #include "core/clock.h"
 #include "core/trace.h"
+#include "events/delivery.h"
 #include "model/activity.h"
 #include "scenario/scenario.h"
 
@@ -41,6 +42,7 @@ Registry& TheRegistry() {
 }
 
 __attribute__((destructor)) void ReleaseState() {
+    ShutdownEventDelivery();
     delete gLibrary;
     gLibrary = nullptr;
     delete gRegistry;
@@ -61,6 +63,7 @@ void RegisterAll() {
     RegisterEnclCommands();
     RegisterBbuCommands();
     RegisterLdOpCommands();
+    RegisterEventCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed
@@ -228,20 +231,25 @@ U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk) {
         static std::once_flag registered;
         std::call_once(registered, RegisterAll);
 
-        std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
-        Library& lib = TheLibrary(family);
-        TraceRecord trace;
-        trace.Capture(family, blk);
         U32 status;
-        try {
-            status = Run(lib, blk);
-            if (status == 0) MakeHostile(lib, blk);
-        } catch (const std::bad_alloc&) {
-            status = TL_STATUS_MEMALLOC_FAILED;
-        } catch (...) {
-            status = KFI_STAT_INVALID_STATUS;
+        {
+            std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
+            Library& lib = TheLibrary(family);
+            TraceRecord trace;
+            trace.Capture(family, blk);
+            try {
+                status = Run(lib, blk);
+                if (status == 0) MakeHostile(lib, blk);
+            } catch (const std::bad_alloc&) {
+                status = TL_STATUS_MEMALLOC_FAILED;
+            } catch (...) {
+                status = KFI_STAT_INVALID_STATUS;
+            }
+            trace.Write(status);
         }
-        trace.Write(status);
+        // Waiting for the event delivery thread happens without the lock,
+        // which a callback in progress may need for its own commands.
+        FinishDeliveryWork();
         return status;
     } catch (...) {
         // Only allocation in the registry or the trace can get here.

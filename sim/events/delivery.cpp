@@ -1,0 +1,261 @@
+// Registrations and the delivery thread.
+#include "events/delivery.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "events/storm.h"
+#include "kfistat.h"
+#include "model/events.h"
+
+namespace tarselsim {
+
+namespace {
+
+struct Registration {
+    U32 uniqueId = 0;
+    pCallBackFunc callback = nullptr;
+    struct Entry {
+        U32 ctrlId = 0; // low 24 bits
+        _KV_EVT_CLASS_LOCALE mask{};
+        U32 fromSeq = 0;
+    };
+    std::vector<Entry> entries;
+};
+
+struct Notification {
+    U32 registrationId = 0;
+    pCallBackFunc callback = nullptr;
+    _TL_EVENT_DETAIL_T detail{};
+};
+
+// Everything the delivery thread shares. `registrations` and `stormDone`
+// are guarded by the library's lock; the rest by `m`.
+struct DeliveryState {
+    std::vector<Registration> registrations;
+    bool stormDone = false;
+
+    std::mutex m;
+    std::condition_variable wake;    // a notification was queued, or stop
+    std::condition_variable changed; // a notification was taken or finished, or stop
+    std::deque<Notification> queue;
+    std::thread thread;
+    U64 generation = 0;              // a thread runs while this is the one it was started with
+    bool busy = false;               // a callback is running
+    U32 busyWith = 0;                // ... for this registration
+};
+
+DeliveryState* gState = nullptr;
+
+DeliveryState& State() {
+    if (!gState) gState = new DeliveryState;
+    return *gState;
+}
+
+// What the current command left to do after the library's lock is released.
+struct PendingWork {
+    bool waitForUnregistered = false;
+    U32 unregisteredId = 0;
+    bool stopDelivery = false;
+    bool startStorm = false;
+    int stormFamily = 0;
+    U32 stormCtrl = 0;
+    U32 stormCount = 0;
+};
+thread_local PendingWork tPending;
+
+void DeliveryLoop(DeliveryState* s, U64 generation) {
+    std::unique_lock<std::mutex> lock(s->m);
+    for (;;) {
+        auto stopped = [s, generation] { return s->generation != generation; };
+        s->wake.wait(lock, [&] { return stopped() || !s->queue.empty(); });
+        if (stopped()) break;
+        Notification n = s->queue.front();
+        s->queue.pop_front();
+        s->busy = true;
+        s->busyWith = n.registrationId;
+        s->changed.notify_all();
+        lock.unlock();
+        n.callback(&n.detail);
+        lock.lock();
+        s->busy = false;
+        s->changed.notify_all();
+    }
+}
+
+bool OnDeliveryThread(DeliveryState& s) { return s.thread.joinable() && s.thread.get_id() == std::this_thread::get_id(); }
+
+// Queues one notification; starts the thread on first use. Caller holds
+// the library's lock.
+void Enqueue(DeliveryState& s, const Registration& r, U32 ctrlWord, const Controller::Event& e) {
+    Notification n;
+    n.registrationId = r.uniqueId;
+    n.callback = r.callback;
+    n.detail.status = e.notifyStatus;
+    n.detail.isNonPersistent = e.persistent ? 0 : 1;
+    n.detail.ctrlId = ctrlWord;
+    n.detail.registrationId = r.uniqueId;
+    ToEventRecord(e, n.detail.evtDetail);
+    std::lock_guard<std::mutex> lock(s.m);
+    if (!s.thread.joinable()) s.thread = std::thread(DeliveryLoop, &s, s.generation);
+    s.queue.push_back(n);
+    s.wake.notify_one();
+}
+
+U32 CtrlWord(const Library& lib, U32 ctrlId) { return (static_cast<U32>(lib.family) << 24) | (ctrlId & 0xFFFFFFu); }
+
+bool ValidMask(_KV_EVT_CLASS_LOCALE m) {
+    return m.locale != 0 && m.eventClass >= kEvtClassDebug && m.eventClass <= kEvtClassDead;
+}
+
+U32 LowestFreeId(const DeliveryState& s) {
+    for (U32 id = 0;; ++id) {
+        bool used = std::any_of(s.registrations.begin(), s.registrations.end(),
+                                [id](const Registration& r) { return r.uniqueId == id; });
+        if (!used) return id;
+    }
+}
+
+// Stops the thread and joins it (when called from a callback, on the
+// thread itself, the thread ends after that callback), dropping whatever is
+// still queued.
+void StopThread(DeliveryState& s) {
+    {
+        std::lock_guard<std::mutex> lock(s.m);
+        ++s.generation;
+        s.queue.clear();
+    }
+    s.wake.notify_all();
+    s.changed.notify_all();
+    if (s.thread.joinable()) {
+        if (OnDeliveryThread(s))
+            s.thread.detach();
+        else
+            s.thread.join();
+    }
+}
+
+} // namespace
+
+U32 RegisterForEvents(Library& lib, const _TL_REG_AEN_INPUT_T& in, _TL_REG_AEN_OUTPUT_T& out) {
+    DeliveryState& s = State();
+    if (in.pFunc == nullptr) return TL_STATUS_NULL_DATA_PTR;
+    if (in.count > TL_MAX_AEN_REGISTRATIONS) return KFI_STAT_INVALID_PARAMETER;
+    Registration r;
+    r.callback = in.pFunc;
+    for (U32 k = 0; k < in.count; ++k) {
+        const _TL_REG_AEN_INFO_T& info = in.regAenInfo[k];
+        if ((info.ctrlId >> 24) != static_cast<U32>(lib.family)) continue;
+        const Controller* c = lib.findController(info.ctrlId);
+        if (c == nullptr) continue;
+        if (!ValidMask(info.eventMask)) return TL_STATUS_INVALID_EVENT_MASK;
+        bool listed = std::any_of(r.entries.begin(), r.entries.end(),
+                                  [c](const Registration::Entry& e) { return e.ctrlId == c->ctrlId; });
+        if (!listed) r.entries.push_back({c->ctrlId, info.eventMask, info.evtSeqNum});
+    }
+    if (r.entries.empty()) return TL_STATUS_INVALID_CTRL;
+    if (s.registrations.size() >= kMaxRegistrations) return TL_STATUS_MEMALLOC_FAILED;
+    r.uniqueId = LowestFreeId(s);
+
+    memset(&out, 0, sizeof out);
+    out.regCtrlCount = static_cast<U32>(r.entries.size());
+    for (size_t i = 0; i < r.entries.size(); ++i) out.regCtrlId[i] = CtrlWord(lib, r.entries[i].ctrlId);
+    out.uniqueId = r.uniqueId;
+    s.registrations.push_back(r);
+
+    // Events already in the log at or after the requested sequence number
+    // are delivered first, oldest first.
+    for (const Registration::Entry& e : r.entries) {
+        const Controller* c = lib.findController(e.ctrlId);
+        for (const Controller::Event& ev : c->events)
+            if (ev.seqNum >= e.fromSeq && EventPasses(ev, e.mask)) Enqueue(s, r, CtrlWord(lib, e.ctrlId), ev);
+    }
+
+    U32 storm = ConfiguredStorm(lib);
+    if (storm > 0 && !s.stormDone) {
+        s.stormDone = true;
+        tPending.startStorm = true;
+        tPending.stormFamily = lib.family;
+        tPending.stormCtrl = r.entries.front().ctrlId;
+        tPending.stormCount = storm;
+    }
+    return TL_STATUS_OK;
+}
+
+U32 UnregisterForEvents(U32 uniqueId) {
+    DeliveryState& s = State();
+    auto it = std::find_if(s.registrations.begin(), s.registrations.end(),
+                           [uniqueId](const Registration& r) { return r.uniqueId == uniqueId; });
+    if (it == s.registrations.end()) return KFI_STAT_DEVICE_NOT_FOUND;
+    s.registrations.erase(it);
+    // Events logged before the unregistration are still delivered: the
+    // dispatcher waits for them after the command. A callback that
+    // unregisters its own registration cannot wait for itself: what is
+    // still queued for it is dropped.
+    if (OnDeliveryThread(s)) {
+        std::lock_guard<std::mutex> lock(s.m);
+        std::erase_if(s.queue, [uniqueId](const Notification& n) { return n.registrationId == uniqueId; });
+    }
+    tPending.waitForUnregistered = true;
+    tPending.unregisteredId = uniqueId;
+    return TL_STATUS_OK;
+}
+
+void EndEventDelivery() {
+    DeliveryState& s = State();
+    s.registrations.clear();
+    s.stormDone = false;
+    tPending.stopDelivery = true;
+}
+
+void OnEventLogged(Library& lib, Controller& c, const Controller::Event& e) {
+    if (!gState) return;
+    DeliveryState& s = *gState;
+    for (const Registration& r : s.registrations)
+        for (const Registration::Entry& entry : r.entries)
+            if (entry.ctrlId == c.ctrlId && e.seqNum >= entry.fromSeq && EventPasses(e, entry.mask))
+                Enqueue(s, r, CtrlWord(lib, c.ctrlId), e);
+}
+
+void FinishDeliveryWork() {
+    PendingWork work = tPending;
+    tPending = PendingWork{};
+    if (!gState) return;
+    DeliveryState& s = *gState;
+    if (work.waitForUnregistered && !OnDeliveryThread(s)) {
+        std::unique_lock<std::mutex> lock(s.m);
+        const U32 id = work.unregisteredId;
+        s.changed.wait(lock, [&] {
+            return !(s.busy && s.busyWith == id) &&
+                   std::none_of(s.queue.begin(), s.queue.end(), [id](const Notification& n) { return n.registrationId == id; });
+        });
+    }
+    if (work.stopDelivery) {
+        StopStorm();
+        StopThread(s);
+    }
+    if (work.startStorm) StartStorm(work.stormFamily, work.stormCtrl, work.stormCount);
+}
+
+bool WaitForDeliveryBelow(size_t limit) {
+    if (!gState) return true;
+    DeliveryState& s = *gState;
+    std::unique_lock<std::mutex> lock(s.m);
+    return s.changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return s.queue.size() < limit; });
+}
+
+void ShutdownEventDelivery() {
+    if (!gState) return;
+    StopStorm();
+    StopThread(*gState);
+    delete gState;
+    gState = nullptr;
+}
+
+} // namespace tarselsim

@@ -1,0 +1,107 @@
+// The event storm generator.
+#include "events/storm.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "dispatch/library.h"
+#include "events/delivery.h"
+#include "model/drive_states.h"
+#include "model/events.h"
+
+namespace tarselsim {
+
+namespace {
+
+// Events raised per turn of the library's lock, and the most notifications
+// left queued before the storm waits for the delivery thread.
+constexpr U32 kBatch = 64;
+constexpr size_t kQueueLimit = 4096;
+
+struct Storm {
+    std::thread thread;
+    std::atomic<bool> stop{false};
+};
+
+Storm* gStorm = nullptr;
+
+// Storm events cycle through three kinds, so that every run exercises
+// several argument types: a drive state change, a logical drive state
+// change and a text.
+Controller::Event StormEvent(const Controller& c, U32 i, U32 count) {
+    Controller::Event e;
+    e.code = kEvtStorm;
+    e.eventClass = kEvtClassInfo;
+    _KV_EVT_ARGS_UNION args{};
+    switch (i % 3) {
+    case 0:
+        e.locale = kEvtLocalePd;
+        e.argType = kEvtArgPdState;
+        if (!c.drives.empty()) PutPdArg(c, c.drives[i % c.drives.size()], args.b);
+        args.pdState.prevState = PD_ONLINE;
+        args.pdState.newState = PD_ONLINE;
+        break;
+    case 1:
+        e.locale = kEvtLocaleLd;
+        e.argType = kEvtArgLdState;
+        if (!c.lds.empty()) {
+            args.ldState.ld.targetId = c.lds[i % c.lds.size()].targetId;
+            args.ldState.ld.ldIndex = c.lds[i % c.lds.size()].targetId;
+        }
+        args.ldState.prevState = 3;
+        args.ldState.newState = 3;
+        break;
+    default:
+        e.locale = kEvtLocaleCtrl;
+        e.argType = kEvtArgStr;
+        snprintf(args.str, sizeof args.str, "storm %u", i + 1);
+        break;
+    }
+    memcpy(e.args, &args, sizeof e.args);
+    e.description = "Simulated event storm: event " + std::to_string(i + 1) + " of " + std::to_string(count);
+    return e;
+}
+
+void RunStorm(Storm* storm, int family, U32 ctrlId, U32 count) {
+    for (U32 i = 0; i < count && !storm->stop;) {
+        {
+            std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
+            Library& lib = TheLibrary(family);
+            Controller* c = lib.initialized ? lib.findController(ctrlId) : nullptr;
+            if (c == nullptr) return;
+            for (U32 end = std::min(count, i + kBatch); i < end; ++i) LogEvent(lib, *c, StormEvent(*c, i, count));
+        }
+        while (!storm->stop && !WaitForDeliveryBelow(kQueueLimit)) {
+        }
+    }
+}
+
+} // namespace
+
+U32 ConfiguredStorm(const Library& lib) {
+    const char* env = getenv("TARSEL_SIM_EVENT_STORM");
+    if (env && *env) return static_cast<U32>(strtoul(env, nullptr, 0));
+    return lib.eventStorm;
+}
+
+void StartStorm(int family, U32 ctrlId, U32 count) {
+    StopStorm();
+    gStorm = new Storm;
+    gStorm->thread = std::thread(RunStorm, gStorm, family, ctrlId, count);
+}
+
+void StopStorm() {
+    if (!gStorm) return;
+    gStorm->stop = true;
+    if (gStorm->thread.joinable()) gStorm->thread.join();
+    delete gStorm;
+    gStorm = nullptr;
+}
+
+} // namespace tarselsim
