@@ -16,6 +16,7 @@
 #include "builder.h"
 #include "config.h"
 #include "enclosure.h"
+#include "event_group.h"
 #include "ld.h"
 #include "ld_ops.h"
 #include "passthru.h"
@@ -109,8 +110,8 @@ const char* const kSystemLines[] = {
 
 const MenuItem kSystemItems[] = {
     {1, Call<InitializeLibrary>},
-    {2, nullptr},  // RegisterForAEN
-    {3, nullptr},  // UnregisterForAEN
+    {2, Call<RegisterForAEN>},
+    {3, Call<UnregisterForAEN>},
     {4, Call<GetCtrlList>},
     {5, [] {
          const int family = SelectedFamily();
@@ -120,8 +121,8 @@ const MenuItem kSystemItems[] = {
     {7, Call<GetLibParameters>},   // GetLibParameters
     {8, Call<SetLibParameters>},   // SetLibParameters
     {9, Call<GetPartitionInfo>},   // GetPartitionInfo
-    {10, nullptr},  // AutoReRegisterAEN
-    {11, nullptr},  // RegisterForAENInThread
+    {10, Call<AutoReRegisterAEN>},
+    {11, Call<RegisterForAENInThread>},
     {12, nullptr},  // GetSystemSnapshot
 };
 
@@ -401,9 +402,9 @@ const char* const kEventLines[] = {
 };
 
 const MenuItem kEventItems[] = {
-    {1, nullptr},  // GetEventSequenceInfo
-    {2, nullptr},  // GetEventDetails
-    {3, nullptr},  // ClearEvents
+    {1, Call<GetEventSequenceInfo>},
+    {2, Call<GetEventDetails>},
+    {3, Call<ClearEvents>},
 };
 
 const GroupMenu kEventMenu = {
@@ -604,9 +605,9 @@ int ScheduleSnapshotSubMenu(void) { return RunGroupMenu(kScheduleSnapshotMenu); 
 // BVT mode is on only while this menu is open.
 int showBVTMenu(void) {
     myInitAPICalls();
-    gBVTMode = 1;
+    SetBVTMode(1);
     const int choice = RunGroupMenu(kBVTMenu);
-    gBVTMode = 0;
+    SetBVTMode(0);
     return choice;
 }
 
