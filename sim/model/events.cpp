@@ -71,7 +71,9 @@ void ClearEventLog(Library& lib, Controller& c) {
 }
 
 bool EventPasses(const Controller::Event& e, _KV_EVT_CLASS_LOCALE mask) {
-    return (e.locale & mask.locale) != 0 && e.eventClass >= mask.eventClass;
+    // All locales (0xFFFF) also takes events that name no locale.
+    const bool inLocale = mask.locale == 0xFFFF || (e.locale & mask.locale) != 0;
+    return inLocale && e.eventClass >= mask.eventClass;
 }
 
 void ToEventRecord(const Controller::Event& e, KV_EVT_DETAIL& out) {

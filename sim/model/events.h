@@ -185,7 +185,8 @@ KV_EVT_LOG_INFO EventLogInfo(const Controller& c);
 // the first event of the new log.
 void ClearEventLog(Library& lib, Controller& c);
 
-// True when the event is in the mask's locales and at or above its class.
+// True when the event is in the mask's locales (all locales, 0xFFFF, also
+// takes an event of locale 0) and at or above its class.
 bool EventPasses(const Controller::Event& e, _KV_EVT_CLASS_LOCALE mask);
 
 // The library's record of a logged event.
