@@ -2,6 +2,7 @@
 #include "events/delivery.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "dispatch/library.h"
 #include "events/storm.h"
 #include "kfistat.h"
 #include "model/events.h"
@@ -46,12 +48,15 @@ struct DeliveryState {
     std::condition_variable changed; // a notification was taken or finished, or stop
     std::deque<Notification> queue;
     std::thread thread;
+    std::atomic<std::thread::id> threadId{}; // the running thread's id, readable without `m`
     U64 generation = 0;              // a thread runs while this is the one it was started with
     bool busy = false;               // a callback is running
     U32 busyWith = 0;                // ... for this registration
 };
 
-DeliveryState* gState = nullptr;
+// Created by the first registration (under the library's lock); read by
+// every command after it, on whichever thread issued it.
+std::atomic<DeliveryState*> gState{nullptr};
 
 DeliveryState& State() {
     if (!gState) gState = new DeliveryState;
@@ -62,11 +67,13 @@ DeliveryState& State() {
 struct PendingWork {
     bool waitForUnregistered = false;
     U32 unregisteredId = 0;
+    bool dropAfterStorm = false;
     bool stopDelivery = false;
     bool startStorm = false;
     int stormFamily = 0;
     U32 stormCtrl = 0;
     U32 stormCount = 0;
+    U32 stormRegistration = 0;
 };
 thread_local PendingWork tPending;
 
@@ -89,7 +96,7 @@ void DeliveryLoop(DeliveryState* s, U64 generation) {
     }
 }
 
-bool OnDeliveryThread(DeliveryState& s) { return s.thread.joinable() && s.thread.get_id() == std::this_thread::get_id(); }
+bool OnDeliveryThread(const DeliveryState& s) { return s.threadId.load() == std::this_thread::get_id(); }
 
 // Queues one notification; starts the thread on first use. Caller holds
 // the library's lock.
@@ -103,7 +110,10 @@ void Enqueue(DeliveryState& s, const Registration& r, U32 ctrlWord, const Contro
     n.detail.registrationId = r.uniqueId;
     ToEventRecord(e, n.detail.evtDetail);
     std::lock_guard<std::mutex> lock(s.m);
-    if (!s.thread.joinable()) s.thread = std::thread(DeliveryLoop, &s, s.generation);
+    if (!s.thread.joinable()) {
+        s.thread = std::thread(DeliveryLoop, &s, s.generation);
+        s.threadId = s.thread.get_id();
+    }
     s.queue.push_back(n);
     s.wake.notify_one();
 }
@@ -139,6 +149,7 @@ void StopThread(DeliveryState& s) {
         else
             s.thread.join();
     }
+    s.threadId = std::thread::id();
 }
 
 } // namespace
@@ -184,6 +195,7 @@ U32 RegisterForEvents(Library& lib, const _TL_REG_AEN_INPUT_T& in, _TL_REG_AEN_O
         tPending.stormFamily = lib.family;
         tPending.stormCtrl = r.entries.front().ctrlId;
         tPending.stormCount = storm;
+        tPending.stormRegistration = r.uniqueId;
     }
     return TL_STATUS_OK;
 }
@@ -193,6 +205,14 @@ U32 UnregisterForEvents(U32 uniqueId) {
     auto it = std::find_if(s.registrations.begin(), s.registrations.end(),
                            [uniqueId](const Registration& r) { return r.uniqueId == uniqueId; });
     if (it == s.registrations.end()) return KFI_STAT_DEVICE_NOT_FOUND;
+    tPending.waitForUnregistered = true;
+    tPending.unregisteredId = uniqueId;
+    // The events of a storm it started are all delivered first: it is
+    // dropped after the storm, outside the lock.
+    if (StormBelongsTo(uniqueId) && !OnDeliveryThread(s)) {
+        tPending.dropAfterStorm = true;
+        return TL_STATUS_OK;
+    }
     s.registrations.erase(it);
     // Events logged before the unregistration are still delivered: the
     // dispatcher waits for them after the command. A callback that
@@ -202,8 +222,6 @@ U32 UnregisterForEvents(U32 uniqueId) {
         std::lock_guard<std::mutex> lock(s.m);
         std::erase_if(s.queue, [uniqueId](const Notification& n) { return n.registrationId == uniqueId; });
     }
-    tPending.waitForUnregistered = true;
-    tPending.unregisteredId = uniqueId;
     return TL_STATUS_OK;
 }
 
@@ -229,6 +247,11 @@ void FinishDeliveryWork() {
     if (!gState) return;
     DeliveryState& s = *gState;
     if (work.waitForUnregistered && !OnDeliveryThread(s)) {
+        if (work.dropAfterStorm) {
+            FinishStormOf(work.unregisteredId);
+            std::lock_guard<std::recursive_mutex> libraryLock(LibraryMutex());
+            std::erase_if(s.registrations, [&](const Registration& r) { return r.uniqueId == work.unregisteredId; });
+        }
         std::unique_lock<std::mutex> lock(s.m);
         const U32 id = work.unregisteredId;
         s.changed.wait(lock, [&] {
@@ -240,7 +263,7 @@ void FinishDeliveryWork() {
         StopStorm();
         StopThread(s);
     }
-    if (work.startStorm) StartStorm(work.stormFamily, work.stormCtrl, work.stormCount);
+    if (work.startStorm) StartStorm(work.stormFamily, work.stormCtrl, work.stormCount, work.stormRegistration);
 }
 
 bool WaitForDeliveryBelow(size_t limit) {
@@ -254,8 +277,7 @@ void ShutdownEventDelivery() {
     if (!gState) return;
     StopStorm();
     StopThread(*gState);
-    delete gState;
-    gState = nullptr;
+    delete gState.exchange(nullptr);
 }
 
 } // namespace tarselsim

@@ -27,9 +27,27 @@ constexpr size_t kQueueLimit = 4096;
 struct Storm {
     std::thread thread;
     std::atomic<bool> stop{false};
+    U32 registrationId = 0;
 };
 
+// The storm in progress; the pointer is guarded by gStormLock (commands
+// of several threads may start, wait for or stop it).
 Storm* gStorm = nullptr;
+std::mutex gStormLock;
+
+// Takes the storm out of gStorm when `which` matches it, then joins it.
+template <typename Match>
+void EndStorm(Match which) {
+    Storm* storm = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(gStormLock);
+        if (gStorm == nullptr || !which(*gStorm)) return;
+        storm = gStorm;
+        gStorm = nullptr;
+    }
+    if (storm->thread.joinable()) storm->thread.join();
+    delete storm;
+}
 
 // Storm events cycle through three kinds, so that every run exercises
 // several argument types: a drive state change, a logical drive state
@@ -90,18 +108,29 @@ U32 ConfiguredStorm(const Library& lib) {
     return lib.eventStorm;
 }
 
-void StartStorm(int family, U32 ctrlId, U32 count) {
+void StartStorm(int family, U32 ctrlId, U32 count, U32 registrationId) {
     StopStorm();
-    gStorm = new Storm;
-    gStorm->thread = std::thread(RunStorm, gStorm, family, ctrlId, count);
+    Storm* storm = new Storm;
+    storm->registrationId = registrationId;
+    storm->thread = std::thread(RunStorm, storm, family, ctrlId, count);
+    std::lock_guard<std::mutex> lock(gStormLock);
+    gStorm = storm;
+}
+
+bool StormBelongsTo(U32 registrationId) {
+    std::lock_guard<std::mutex> lock(gStormLock);
+    return gStorm != nullptr && gStorm->registrationId == registrationId;
+}
+
+void FinishStormOf(U32 registrationId) {
+    EndStorm([registrationId](const Storm& s) { return s.registrationId == registrationId; });
 }
 
 void StopStorm() {
-    if (!gStorm) return;
-    gStorm->stop = true;
-    if (gStorm->thread.joinable()) gStorm->thread.join();
-    delete gStorm;
-    gStorm = nullptr;
+    EndStorm([](Storm& s) {
+        s.stop = true;
+        return true;
+    });
 }
 
 } // namespace tarselsim

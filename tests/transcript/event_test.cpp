@@ -217,6 +217,30 @@ TEST(Events, OutOfBandAsksTheOobLocaleAndNoSequenceNumber) {
     EXPECT_EQ(CountOf(r.out, "EVENT SEQUENCE INFORMATION"), 0);
 }
 
+TEST(Events, StormWhileTheMenusRunNothingLostOrInterleaved) {
+    // Register for new events; a storm of 3000 starts; meanwhile select the
+    // controller again and read its information; the end of input unregisters.
+    RunResult r = RunEvents("2\n" + Register(2) + ".\n1\n3\n1\n\n", "default", "",
+                            {{"TARSEL_SIM_EVENT_STORM", "3000"}});
+    const std::string file = r.file("tlEvtID0.txt");
+    const std::string head = "Controller ID : 0\nLibrary Type : Tarsel\nRegistration ID : 0\nPersistent\n";
+    ASSERT_EQ(CountOf(file, head), 3000);
+    size_t at = 0;
+    for (int seq = 2; seq <= 3001; ++seq) {
+        // Each event is one whole block: its header, its lines, two blank lines.
+        const std::string start = head + F("Event Sequence Number : %d\n", seq);
+        ASSERT_EQ(file.compare(at, start.size(), start), 0) << "event " << seq;
+        const size_t end = file.find("\n\n\n", at);
+        ASSERT_NE(end, std::string::npos);
+        const std::string block = file.substr(at, end - at);
+        ASSERT_EQ(CountOf(block, "Controller ID : "), 1);
+        ASSERT_NE(block.find(F("Description of the event : Simulated event storm: event %d of 3000\n", seq - 1)),
+                  std::string::npos);
+        at = end + 3;
+    }
+    EXPECT_EQ(at, file.size());
+}
+
 TEST(Events, NoWindowAndNoShellErrorsWithoutXterm) {
     RunResult r = RunEvents("2\n" + Register(1), "default", "", {{"DISPLAY", ":0"}, {"PATH", "/nonexistent"}});
     EXPECT_TRUE(r.hasFile("tlEvtID0.txt"));
