@@ -17,52 +17,11 @@
 #include <string>
 #include <vector>
 
+#include "tool_child.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-struct Child {
-    pid_t pid;
-    int in, out;
-    std::string seen;
-};
-
-Child Start(const std::string& dir, const std::string& storm) {
-    int inPipe[2], outPipe[2];
-    if (pipe(inPipe) || pipe(outPipe)) abort();
-    pid_t pid = fork();
-    if (pid == 0) {
-        dup2(inPipe[0], 0);
-        dup2(outPipe[1], 1);
-        close(inPipe[1]);
-        close(outPipe[0]);
-        setenv("TARSELTEST_LIBDIR", TARSEL_SIM_DIR, 1);
-        setenv("TARSEL_SIM_SCENARIO", "default", 1);
-        setenv("TARSEL_SIM_EVENT_STORM", storm.c_str(), 1);
-        setenv("DISPLAY", "", 1);
-        unsetenv("TARSEL_SIM_TRACE");
-        if (chdir(dir.c_str()) != 0) _exit(126);
-        execl(TARSELTEST_BIN, TARSELTEST_BIN, (char*)nullptr);
-        _exit(127);
-    }
-    close(inPipe[0]);
-    close(outPipe[1]);
-    return {pid, inPipe[1], outPipe[0], {}};
-}
-
-bool WaitFor(Child& c, const std::string& marker) {
-    char buf[65536];
-    while (c.seen.find(marker) == std::string::npos) {
-        ssize_t n = read(c.out, buf, sizeof buf);
-        if (n <= 0) return false;
-        c.seen.append(buf, n);
-    }
-    return true;
-}
-
-void Send(Child& c, const std::string& text) {
-    if (write(c.in, text.data(), text.size()) != (ssize_t)text.size()) abort();
-}
 
 std::string ReadFile(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
@@ -97,7 +56,7 @@ int main(int argc, char** argv) {
     // Register (Enter at locale and class) for the events after the boot
     // event; the storm starts with the registration. Ending the program
     // unregisters, which returns when every storm event has been delivered.
-    Child c = Start(dir, std::to_string(count));
+    Child c = StartTool(dir, {{"TARSEL_SIM_SCENARIO", "default"}, {"TARSEL_SIM_EVENT_STORM", std::to_string(count)}, {"DISPLAY", ""}});
     Send(c, "\n2\n2\n\n\n");
     if (!WaitFor(c, "Enter an event sequence number")) return 1;
     const auto t0 = Clock::now();
@@ -106,12 +65,7 @@ int main(int argc, char** argv) {
     Send(c, "\n0\n");
     if (!WaitFor(c, "UnregisterAEN successful")) return 1;
     const auto t1 = Clock::now();
-    close(c.in);
-    char buf[4096];
-    while (read(c.out, buf, sizeof buf) > 0) {
-    }
-    int st;
-    waitpid(c.pid, &st, 0);
+    Finish(c);
 
     const std::string file = ReadFile(dir + "/tlEvtID0.txt");
     std::vector<std::string> events = SplitEvents(file);
