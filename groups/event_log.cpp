@@ -70,8 +70,6 @@ U32 GetEventDetails(void) {
     int start = (int)info.newestSeqNum;
     int number = 1;
     if (!gBVTMode) {
-        puts("\nEVENT SEQUENCE INFORMATION");
-        puts("--------------------------");
         PrintEventSequenceLines(&info);
         start = 0;
         do {

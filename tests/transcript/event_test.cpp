@@ -173,7 +173,7 @@ TEST(Events, EventLogMenu) {
     RunResult r = RunEvents(input, "", scenario);
     EXPECT_TRUE(ContainsInOrder(r.out, {
         "Invalid controller\n\nEVENT SEQUENCE INFORMATION\n--------------------------\n" + SequenceLines(0, 0, 0, 0, 0),
-        "Please select a sequence number--->Please select a sequence number--->",
+        SequenceLines(45, 1, 0, 44, 45) + "Please select a sequence number--->Please select a sequence number--->",
         "Enter the number of events to be retrieved ( 1 - 45 )--->Invalid entry; Retry (1..45)--->",
         std::string("Event locale :\n") + kLocaleMenu + "Enter your choice (default = 9)--->" + "Event Class :\n" +
             kClassMenu + "Enter your choice (default = 3)--->\nEVENT DETAILS\n------------\nTotal number of events = 40\n",
@@ -182,6 +182,7 @@ TEST(Events, EventLogMenu) {
         "ClearEvents : ProcessLibCommandCall failed ; rval = 0x77\n",
     }));
     EXPECT_EQ(CountOf(r.out, "Details of Event : 40\n"), 0);
+    EXPECT_EQ(CountOf(r.out, "EVENT SEQUENCE INFORMATION"), 1); // the details show the five lines only
     auto fetches = TraceFor(r, 7, 1);
     ASSERT_EQ(fetches.size(), 2u);
     EXPECT_EQ(TraceField(fetches[0], "size"), "8200");
