@@ -108,6 +108,7 @@ U32 GetEventDetails(void) {
 
     int remaining = number;
     int shown = 0;
+    U32 next = (U32)start; // the sequence number asked for next (unsigned: it may pass INT_MAX)
     while (remaining > 0) {
         const int wanted = remaining < kBatch ? remaining : kBatch;
         std::vector<U8> buffer(KV_EVT_LIST_SIZE(wanted), 0);
@@ -115,7 +116,7 @@ U32 GetEventDetails(void) {
         list->count = (U32)wanted;
         _TL_LIB_CMD_PARAM_T blk;
         InitCmdBlock(&blk, TL_EVENT_CMD_TYPE, TL_GET_EVENT_DETAILS);
-        blk.evtRef.seqNum = (U32)start;
+        blk.evtRef.seqNum = next;
         blk.cmdParam_4b[0] = mask.w;
         blk.dataSize = (U32)buffer.size();
         blk.pData = list;
@@ -143,7 +144,7 @@ U32 GetEventDetails(void) {
         }
         if (delivered < kBatch) break;
         remaining -= delivered;
-        start += delivered;
+        next += (U32)delivered;
     }
     return 0;
 }
