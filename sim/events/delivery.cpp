@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -37,6 +38,19 @@ struct Notification {
     _TL_EVENT_DETAIL_T detail{};
 };
 
+// What the current command left to do after the library's lock is released.
+struct PendingWork {
+    bool waitForUnregistered = false;
+    U32 unregisteredId = 0;
+    bool dropAfterStorm = false;
+    bool stopDelivery = false;
+    bool startStorm = false;
+    int stormFamily = 0;
+    U32 stormCtrl = 0;
+    U32 stormCount = 0;
+    U32 stormRegistration = 0;
+};
+
 // Everything the delivery thread shares. `registrations` and `stormDone`
 // are guarded by the library's lock; the rest by `m`.
 struct DeliveryState {
@@ -52,6 +66,10 @@ struct DeliveryState {
     U64 generation = 0;              // a thread runs while this is the one it was started with
     bool busy = false;               // a callback is running
     U32 busyWith = 0;                // ... for this registration
+    // What each thread's current command left to do after the library's
+    // lock is released (kept here rather than in thread-local storage,
+    // which would outlive the shared object).
+    std::map<std::thread::id, PendingWork> pending;
 };
 
 // Created by the first registration (under the library's lock); read by
@@ -63,19 +81,6 @@ DeliveryState& State() {
     return *gState;
 }
 
-// What the current command left to do after the library's lock is released.
-struct PendingWork {
-    bool waitForUnregistered = false;
-    U32 unregisteredId = 0;
-    bool dropAfterStorm = false;
-    bool stopDelivery = false;
-    bool startStorm = false;
-    int stormFamily = 0;
-    U32 stormCtrl = 0;
-    U32 stormCount = 0;
-    U32 stormRegistration = 0;
-};
-thread_local PendingWork tPending;
 
 void DeliveryLoop(DeliveryState* s, U64 generation) {
     std::unique_lock<std::mutex> lock(s->m);
@@ -94,6 +99,13 @@ void DeliveryLoop(DeliveryState* s, U64 generation) {
         s->busy = false;
         s->changed.notify_all();
     }
+}
+
+// Adds to the calling thread's pending work.
+template <typename Change>
+void LeaveWork(DeliveryState& s, Change change) {
+    std::lock_guard<std::mutex> lock(s.m);
+    change(s.pending[std::this_thread::get_id()]);
 }
 
 bool OnDeliveryThread(const DeliveryState& s) { return s.threadId.load() == std::this_thread::get_id(); }
@@ -191,11 +203,13 @@ U32 RegisterForEvents(Library& lib, const _TL_REG_AEN_INPUT_T& in, _TL_REG_AEN_O
     U32 storm = ConfiguredStorm(lib);
     if (storm > 0 && !s.stormDone) {
         s.stormDone = true;
-        tPending.startStorm = true;
-        tPending.stormFamily = lib.family;
-        tPending.stormCtrl = r.entries.front().ctrlId;
-        tPending.stormCount = storm;
-        tPending.stormRegistration = r.uniqueId;
+        LeaveWork(s, [&](PendingWork& work) {
+            work.startStorm = true;
+            work.stormFamily = lib.family;
+            work.stormCtrl = r.entries.front().ctrlId;
+            work.stormCount = storm;
+            work.stormRegistration = r.uniqueId;
+        });
     }
     return TL_STATUS_OK;
 }
@@ -205,14 +219,15 @@ U32 UnregisterForEvents(U32 uniqueId) {
     auto it = std::find_if(s.registrations.begin(), s.registrations.end(),
                            [uniqueId](const Registration& r) { return r.uniqueId == uniqueId; });
     if (it == s.registrations.end()) return KFI_STAT_DEVICE_NOT_FOUND;
-    tPending.waitForUnregistered = true;
-    tPending.unregisteredId = uniqueId;
     // The events of a storm it started are all delivered first: it is
     // dropped after the storm, outside the lock.
-    if (StormBelongsTo(uniqueId) && !OnDeliveryThread(s)) {
-        tPending.dropAfterStorm = true;
-        return TL_STATUS_OK;
-    }
+    const bool afterStorm = StormBelongsTo(uniqueId) && !OnDeliveryThread(s);
+    LeaveWork(s, [&](PendingWork& work) {
+        work.waitForUnregistered = true;
+        work.unregisteredId = uniqueId;
+        work.dropAfterStorm = afterStorm;
+    });
+    if (afterStorm) return TL_STATUS_OK;
     s.registrations.erase(it);
     // Events logged before the unregistration are still delivered: the
     // dispatcher waits for them after the command. A callback that
@@ -229,7 +244,7 @@ void EndEventDelivery() {
     DeliveryState& s = State();
     s.registrations.clear();
     s.stormDone = false;
-    tPending.stopDelivery = true;
+    LeaveWork(s, [](PendingWork& work) { work.stopDelivery = true; });
 }
 
 void OnEventLogged(Library& lib, Controller& c, const Controller::Event& e) {
@@ -242,10 +257,16 @@ void OnEventLogged(Library& lib, Controller& c, const Controller::Event& e) {
 }
 
 void FinishDeliveryWork() {
-    PendingWork work = tPending;
-    tPending = PendingWork{};
     if (!gState) return;
     DeliveryState& s = *gState;
+    PendingWork work;
+    {
+        std::lock_guard<std::mutex> lock(s.m);
+        auto it = s.pending.find(std::this_thread::get_id());
+        if (it == s.pending.end()) return;
+        work = it->second;
+        s.pending.erase(it);
+    }
     if (work.waitForUnregistered && !OnDeliveryThread(s)) {
         if (work.dropAfterStorm) {
             FinishStormOf(work.unregisteredId);
