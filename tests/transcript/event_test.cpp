@@ -205,6 +205,21 @@ TEST(Events, EventLogSuccessAndNoMatch) {
     EXPECT_EQ(TraceField(TraceFor(r, 7, 2).at(0), "size"), "0");
 }
 
+TEST(Events, EventLogFailureTexts) {
+    std::string faults;
+    faults += "[[korvane.faults]]\ntype = 7\ncode = 0\noccurrence = 1\nstatus = 0x99\n";
+    faults += "[[korvane.faults]]\ntype = 7\ncode = 1\noccurrence = 1\nstatus = 0x800A\n";
+    faults += "[[korvane.faults]]\ntype = 7\ncode = 1\noccurrence = 2\nstatus = 0x55\n";
+    faults += Fault(7, 2, 0x800A);
+    RunResult r = RunEvents("9\n1\n\n2\n1\n1\n\n\n\n2\n1\n1\n\n\n\n3\n\n", "", KorvaneScenario("", "", faults));
+    EXPECT_TRUE(ContainsInOrder(r.out, {
+        "GetEventSequenceInfo : ProcessLibCommandCall failed ; rval = 0x99\n\nEVENT SEQUENCE INFORMATION\n",
+        "Total number of events = 1\nInvalid controller\n",
+        "Total number of events = 1\nGetEventSequenceInfo : ProcessLibCommandCall failed ; rval = 0x55\n",
+        "Please enter choice :Invalid controller\n",
+    }));
+}
+
 TEST(Events, OutOfBandAsksTheOobLocaleAndNoSequenceNumber) {
     // Only the Korvane variant reports, out of band: the merged list's mode is 2.
     const std::string oob = "[korvane]\nmode = \"oob\"\n[[korvane.controllers]]\nid = 0\n[px]\nmode = \"none\"\n"
