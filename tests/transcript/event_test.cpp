@@ -9,7 +9,6 @@
 
 namespace {
 
-using ctrltest::F;
 using ctrltest::Fault;
 using ctrltest::KorvaneScenario;
 using ctrltest::TraceField;
@@ -42,9 +41,10 @@ const char kLocaleMenu[] = "1) LD events             2) PD events\n3) Encl event
                            "7) Configuration changes 8) Cluster events\n9) All\n";
 const char kClassMenu[] = "1) Debug        2) Progress\n3) Info         4) Warning\n5) Critical     6) Fatal\n7) Dead\n";
 
-TEST(Events, RegisterWithDefaultsAndAModelChangeArrivesInTheFile) {
-    // Register for new events only, then change logical drive 1's properties.
-    RunResult r = RunEvents("2\n" + Register(2) + ".\n5\n3\n1\nNEWNAME\n3\n3\n2\n2\n2\n1\n3\n2\n\n");
+TEST(Events, RegisterWithDefaultsAndModelChangesArriveInTheFile) {
+    // Register for new events only; change logical drive 1's properties;
+    // make drive 13 (enclosure 8, slot 3) offline.
+    RunResult r = RunEvents("2\n" + Register(2) + ".\n5\n3\n1\nNEWNAME\n3\n3\n2\n2\n2\n1\n3\n2\n\n.\n4\n3\n13\n\n");
     EXPECT_TRUE(ContainsInOrder(r.out, {
         "Only one controller present\nRegistering Controller# 0\n",
         std::string("\nEvent locale :\n") + kLocaleMenu + "Enter your choice : (default = 9)--->",
@@ -55,17 +55,25 @@ TEST(Events, RegisterWithDefaultsAndAModelChangeArrivesInTheFile) {
             "Registered controller IDs :\n\tController[0] = 0\nUnique ID : 0\n"
             "AEN will be printed to file \"tlEvtID0.txt\" in the current dir\n",
         "SetLDProperties : ProcessLibCommandCall successful\n",
+        "MakeDriveOffline : ProcessLibCommandCall successful\n",
         "UnregisterAEN successful\n",
     }));
     EXPECT_EQ(TraceField(ctrltest::FirstTrace(r, 0, 1), "size"), "264");
     EXPECT_EQ(TraceField(ctrltest::FirstTrace(r, 0, 1), "ctrl"), "0x00000000");
     EXPECT_EQ(TraceField(ctrltest::FirstTrace(r, 0, 2), "param"), "0000000000000000");
-    EXPECT_EQ(r.file("tlEvtID0.txt"),
-              "Controller ID : 0\nLibrary Type : Tarsel\nRegistration ID : 0\nPersistent\n"
-              "Event Sequence Number : 2\nTimestamp : 1/15/2026 ; 10:30:0\nEvent code : 80\nLocale : LD event\n"
-              "Class : Information\nDescription of the event : Properties changed on LD 1\n"
-              "Argument Type Value: 21\nArgument Type : KV_EVT_ARGS_LD_PROP\n\tLogical Device ID : 0x1\n"
-              "\tLD New Prop : 0x2\n\tLD OLD Prop : 0x0\n\n\n");
+    const std::string file = r.file("tlEvtID0.txt");
+    const std::string head = "Controller ID : 0\nLibrary Type : Tarsel\nRegistration ID : 0\nPersistent\n";
+    EXPECT_TRUE(ContainsInOrder(file, {
+        head + "Event Sequence Number : 2\nTimestamp : 1/15/2026 ; 10:30:0\nEvent code : 80\nLocale : LD event\n"
+               "Class : Information\nDescription of the event : Properties changed on LD 1\n"
+               "Argument Type Value: 21\nArgument Type : KV_EVT_ARGS_LD_PROP\n\tLogical Device ID : 0x1\n"
+               "\tLD New Prop : 0x2\n\tLD OLD Prop : 0x0\n\n\n",
+        // The drive's state change: online (24) to offline (16).
+        head + "Event Sequence Number : 3\n", "Locale : PD event\n", "Argument Type : KV_EVT_ARGS_PD_STATE\n"
+        "\tPhysical Device ID : 0xD\n\tEnclosure Index : 8\n\tSlot Number : 3\n\tPrevious State : 24\n"
+        "\tNew State : 16\n\n\n",
+    }));
+    EXPECT_EQ(CountOf(file, "Event Sequence Number : 1\n"), 0); // before the number asked for
 }
 
 TEST(Events, ListUnregisterAbortAndAutoReRegister) {

@@ -10,64 +10,31 @@
 #include <vector>
 
 #include "event_group.h"
+#include "fake_library.h"
 #include "kfistat.h"
 
 namespace {
 
-struct Fake {
-    KV_CTRL_INFO info{};
-    KV_SAS_CONNECTORS connectors{};
-    std::vector<_TL_LIB_CMD_PARAM_T> blocks;
-    KV_EVT_LOG_INFO log{};
-    KV_EVT_DETAIL event{};
-} gFake;
-
-U32 FakeEntry(_TL_LIB_CMD_PARAM_T* b) {
-    gFake.blocks.push_back(*b);
-    if (b->cmdType == TL_CTRL_CMD_TYPE && b->cmd == TL_GET_CTRL_INFO) memcpy(b->pData, &gFake.info, sizeof gFake.info);
-    if (b->cmdType == TL_CTRL_CMD_TYPE && b->cmd == TL_GET_ENCL_LIST) {
-        auto* list = static_cast<KV_ENCL_LIST*>(b->pData);
-        list->count = 1;
-        list->encl[0].deviceId = 8;
-        list->encl[0].enclPosition = 2;
-        list->encl[0].enclConnectorIndex = 1;
-    }
-    if (b->cmdType == TL_PASSTHRU_CMD_TYPE) {
-        auto* in = static_cast<_TL_DCMD_INPUT_T*>(b->pData);
-        memcpy(in->pData, &gFake.connectors, sizeof gFake.connectors);
-    }
-    if (b->cmdType == TL_EVENT_CMD_TYPE && b->cmd == TL_GET_EVENT_SEQUENCE_INFO) memcpy(b->pData, &gFake.log, sizeof gFake.log);
-    if (b->cmdType == TL_EVENT_CMD_TYPE && b->cmd == TL_GET_EVENT_DETAILS) {
-        auto* list = static_cast<KV_EVT_LIST*>(b->pData);
-        list->count = 1;
-        list->event[0] = gFake.event;
-    }
-    return 0;
-}
-
-class EventText : public ::testing::Test {
+class EventText : public FakeLibraryTest {
   protected:
     void SetUp() override {
-        gFake = Fake{};
-        pfnProcessLibCommandKV = FakeEntry;
-        libKVPresent = 1;
-        memset(&gCtrlList, 0, sizeof gCtrlList);
-        gCtrlList.count = 1;
-        gSelController = 0;
+        FakeLibraryTest::SetUp();
         memset(&gCtrlData, 0, sizeof gCtrlData);
-        SetConnector("Port A", 3);
-    }
-    void TearDown() override {
-        gSelController = -1;
-        gBVTMode = 0;
-    }
-    // Connector 1 of both the library's table and the cache.
-    void SetConnector(const char* name, U8 location) {
-        for (KV_SAS_CONNECTORS* c : {&gFake.connectors, &gCtrlData.sasConnectors}) {
-            c->count = 2;
-            c->connectors[1].location = location;
-            memcpy(c->connectors[1].name, name, strlen(name));
-        }
+        // Connector 1 of both the library's table and the cache.
+        KV_SAS_CONNECTORS connectors{};
+        connectors.count = 2;
+        connectors.connectors[1].location = 3;
+        memcpy(connectors.connectors[1].name, "Port A", 6);
+        gFake.SetDcmd(KV_DCMD_SAS_CONNECTORS_GET, connectors);
+        gCtrlData.sasConnectors = connectors;
+        // Enclosure 8: position 2 in the chain, on connector 1.
+        std::vector<U8> list(sizeof(KV_ENCL_LIST), 0);
+        auto* encl = reinterpret_cast<KV_ENCL_LIST*>(list.data());
+        encl->count = 1;
+        encl->encl[0].deviceId = 8;
+        encl->encl[0].enclPosition = 2;
+        encl->encl[0].enclConnectorIndex = 1;
+        gFake.records[{TL_CTRL_CMD_TYPE, TL_GET_ENCL_LIST}] = list;
     }
     static std::string Render(const KV_EVT_DETAIL& e, const KV_CTRL_INFO* info = nullptr) {
         char* text = nullptr;
@@ -314,7 +281,9 @@ TEST_F(EventText, DrivePairAndFruReadTheControllerAfresh) {
                            "\tEnclosure Index : 3\n\tSlot Number : 1\n\tDest Physical Device ID : 0xC\n"
                            "\tEnclosure Index : 3\n\tSlot Number : 1\n");
 
-    gFake.info.adapterOperations.supportEnclEnumeration = 1;
+    KV_CTRL_INFO info{};
+    info.adapterOperations.supportEnclEnumeration = 1;
+    gFake.Set(TL_CTRL_CMD_TYPE, TL_GET_CTRL_INFO, info);
     e = Event(KV_EVT_ARGS_PD_FRU);
     e.args.pdFru.pd = {8, 8, 1};
     memcpy(e.args.pdFru.fru, "FRU-1", 5);
@@ -331,12 +300,16 @@ TEST_F(EventText, DrivePairAndFruReadTheControllerAfresh) {
 
 TEST_F(EventText, EventDetailsInBvtModeFetchOneEventFromTheNewest) {
     gBVTMode = 1;
-    gFake.log.newestSeqNum = 42;
-    gFake.event = Event(KV_EVT_ARGS_RATE);
-    gFake.event.seqNum = 42;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(GetEventDetails(), 0u);
-    std::string out = testing::internal::GetCapturedStdout();
+    KV_EVT_LOG_INFO log{};
+    log.newestSeqNum = 42;
+    gFake.Set(TL_EVENT_CMD_TYPE, TL_GET_EVENT_SEQUENCE_INFO, log);
+    std::vector<U8> list(KV_EVT_LIST_SIZE(1), 0);
+    reinterpret_cast<KV_EVT_LIST*>(list.data())->count = 1;
+    KV_EVT_DETAIL e = Event(KV_EVT_ARGS_RATE);
+    e.seqNum = 42;
+    memcpy(list.data() + KV_EVT_LIST_HEADER_SIZE, &e, sizeof e);
+    gFake.records[{TL_EVENT_CMD_TYPE, TL_GET_EVENT_DETAILS}] = list;
+    std::string out = Printed([] { EXPECT_EQ(GetEventDetails(), 0u); });
     EXPECT_NE(out.find("Enter your choice (default = 3)--->\nEVENT DETAILS\n------------\nTotal number of events = 1\n"
                        "\nDetails of Event : 0\nEvent Sequence Number : 42\n"),
               std::string::npos);
