@@ -59,13 +59,18 @@ struct DeliveryState {
 
     std::mutex m;
     std::condition_variable wake;    // a notification was queued, or stop
-    std::condition_variable changed; // a notification was taken or finished, or stop
+    std::condition_variable changed; // a batch was delivered, or stop (for `waiting` threads only)
+    std::condition_variable room;    // the queue fell below `roomWanted`, or stop
     std::deque<Notification> queue;
     std::thread thread;
     std::atomic<std::thread::id> threadId{}; // the running thread's id, readable without `m`
     U64 generation = 0;              // a thread runs while this is the one it was started with
-    bool busy = false;               // a callback is running
-    U32 busyWith = 0;                // ... for this registration
+    std::vector<U32> inFlight;       // registrations of the batch being delivered
+    int waiting = 0;                 // threads waiting on `changed`
+    size_t roomWanted = 0;           // a storm waits until the queue is shorter than this
+    // Registrations a callback dropped while its batch is delivered (touched
+    // only on the delivery thread).
+    std::vector<U32> droppedByCallback;
     // What each thread's current command left to do after the library's
     // lock is released (kept here rather than in thread-local storage,
     // which would outlive the shared object).
@@ -82,22 +87,37 @@ DeliveryState& State() {
 }
 
 
+// Notifications are taken in batches, so the thread takes the lock once per
+// batch rather than once per event; waiters are woken only when someone
+// waits.
+constexpr size_t kDeliveryBatch = 64;
+
 void DeliveryLoop(DeliveryState* s, U64 generation) {
+    std::vector<Notification> batch;
     std::unique_lock<std::mutex> lock(s->m);
     for (;;) {
         auto stopped = [s, generation] { return s->generation != generation; };
         s->wake.wait(lock, [&] { return stopped() || !s->queue.empty(); });
         if (stopped()) break;
-        Notification n = s->queue.front();
-        s->queue.pop_front();
-        s->busy = true;
-        s->busyWith = n.registrationId;
-        s->changed.notify_all();
+        batch.clear();
+        while (!s->queue.empty() && batch.size() < kDeliveryBatch) {
+            batch.push_back(s->queue.front());
+            s->queue.pop_front();
+            s->inFlight.push_back(batch.back().registrationId);
+        }
+        if (s->roomWanted > 0 && s->queue.size() < s->roomWanted) {
+            s->roomWanted = 0;
+            s->room.notify_all();
+        }
         lock.unlock();
-        n.callback(&n.detail);
+        for (Notification& n : batch) {
+            const auto& dropped = s->droppedByCallback;
+            if (std::find(dropped.begin(), dropped.end(), n.registrationId) == dropped.end()) n.callback(&n.detail);
+        }
+        s->droppedByCallback.clear();
         lock.lock();
-        s->busy = false;
-        s->changed.notify_all();
+        s->inFlight.clear();
+        if (s->waiting > 0) s->changed.notify_all();
     }
 }
 
@@ -126,8 +146,10 @@ void Enqueue(DeliveryState& s, const Registration& r, U32 ctrlWord, const Contro
         s.thread = std::thread(DeliveryLoop, &s, s.generation);
         s.threadId = s.thread.get_id();
     }
+    // The thread waits only on an empty queue.
+    const bool wasEmpty = s.queue.empty();
     s.queue.push_back(n);
-    s.wake.notify_one();
+    if (wasEmpty) s.wake.notify_one();
 }
 
 U32 CtrlWord(const Library& lib, U32 ctrlId) { return (static_cast<U32>(lib.family) << 24) | (ctrlId & 0xFFFFFFu); }
@@ -155,6 +177,7 @@ void StopThread(DeliveryState& s) {
     }
     s.wake.notify_all();
     s.changed.notify_all();
+    s.room.notify_all();
     if (s.thread.joinable()) {
         if (OnDeliveryThread(s))
             s.thread.detach();
@@ -236,6 +259,7 @@ U32 UnregisterForEvents(U32 uniqueId) {
     if (OnDeliveryThread(s)) {
         std::lock_guard<std::mutex> lock(s.m);
         std::erase_if(s.queue, [uniqueId](const Notification& n) { return n.registrationId == uniqueId; });
+        s.droppedByCallback.push_back(uniqueId);
     }
     return TL_STATUS_OK;
 }
@@ -275,10 +299,12 @@ void FinishDeliveryWork() {
         }
         std::unique_lock<std::mutex> lock(s.m);
         const U32 id = work.unregisteredId;
+        ++s.waiting;
         s.changed.wait(lock, [&] {
-            return !(s.busy && s.busyWith == id) &&
+            return std::find(s.inFlight.begin(), s.inFlight.end(), id) == s.inFlight.end() &&
                    std::none_of(s.queue.begin(), s.queue.end(), [id](const Notification& n) { return n.registrationId == id; });
         });
+        --s.waiting;
     }
     if (work.stopDelivery) {
         StopStorm();
@@ -287,11 +313,13 @@ void FinishDeliveryWork() {
     if (work.startStorm) StartStorm(work.stormFamily, work.stormCtrl, work.stormCount, work.stormRegistration);
 }
 
-bool WaitForDeliveryBelow(size_t limit) {
+bool WaitForDeliveryRoom(size_t high, size_t low) {
     if (!gState) return true;
     DeliveryState& s = *gState;
     std::unique_lock<std::mutex> lock(s.m);
-    return s.changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return s.queue.size() < limit; });
+    if (s.queue.size() < high) return true;
+    s.roomWanted = low;
+    return s.room.wait_for(lock, std::chrono::milliseconds(20), [&] { return s.queue.size() < low; });
 }
 
 void ShutdownEventDelivery() {

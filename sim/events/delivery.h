@@ -50,9 +50,10 @@ void OnEventLogged(Library& lib, Controller& c, const Controller::Event& e);
 // does the waiting the command's handler left to do.
 void FinishDeliveryWork();
 
-// Waits, outside the library's lock, until fewer than `limit` notifications
-// are queued, for at most a few milliseconds; true when fewer are queued.
-bool WaitForDeliveryBelow(size_t limit);
+// Outside the library's lock: when `high` notifications or more are queued,
+// waits (for at most a few milliseconds) until fewer than `low` are; true
+// when there is room.
+bool WaitForDeliveryRoom(size_t high, size_t low);
 
 // Stops and joins everything (the shared object is being unloaded).
 void ShutdownEventDelivery();

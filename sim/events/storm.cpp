@@ -19,10 +19,12 @@ namespace tarselsim {
 
 namespace {
 
-// Events raised per turn of the library's lock, and the most notifications
-// left queued before the storm waits for the delivery thread.
+// Events raised per turn of the library's lock; the storm waits for the
+// delivery thread when 4096 notifications are queued, until fewer than
+// 1024 are (so the two threads do not wake each other for every event).
 constexpr U32 kBatch = 64;
-constexpr size_t kQueueLimit = 4096;
+constexpr size_t kQueueHigh = 4096;
+constexpr size_t kQueueLow = 1024;
 
 struct Storm {
     std::thread thread;
@@ -95,7 +97,7 @@ void RunStorm(Storm* storm, int family, U32 ctrlId, U32 count) {
             if (c == nullptr) return;
             for (U32 end = std::min(count, i + kBatch); i < end; ++i) LogEvent(lib, *c, StormEvent(*c, i, count));
         }
-        while (!storm->stop && !WaitForDeliveryBelow(kQueueLimit)) {
+        while (!storm->stop && !WaitForDeliveryRoom(kQueueHigh, kQueueLow)) {
         }
     }
 }
