@@ -138,6 +138,9 @@ void MakeHostile(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
     HostileRecords& h = lib.hostile;
     if (h.mode == HostileMode::Off || !blk->pData || blk->dataSize == 0) return;
     if (blk->cmdType == TL_SYSTEM_CMD_TYPE && (blk->cmd == TL_INIT_LIB || blk->cmd == TL_GET_LIB_VER)) return;
+    // The registration's identifier is the handle that ends it: garbled, the
+    // caller could never unregister (and retries for seconds at exit).
+    if (blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_REGISTER_AEN) return;
     if (blk->cmdType == TL_PASSTHRU_CMD_TYPE && blk->cmd == TL_DCMD_PASSTHRU) {
         if (blk->dataSize != sizeof(_TL_DCMD_INPUT_T)) return;
         auto* in = static_cast<_TL_DCMD_INPUT_T*>(blk->pData);
