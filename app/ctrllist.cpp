@@ -2,12 +2,16 @@
 // selected-controller cache; raw direct commands to the selected controller.
 #include <string.h>
 
+#include <mutex>
+
 #include "tarseltest.h"
 
 _TL_CTRL_LIST_T gCtrlList, gCtrlListKV, gCtrlListPX, gCtrlListPX2, gCtrlListPX3;
 int gTotalControllers;
 int gSelController = -1;
 _TLT_CTRL_DATA gCtrlData;
+// Guards gCtrlData against the event callback's reads (CopyCtrlData).
+static std::mutex gCtrlDataLock;
 
 const char* connectorTypes[4] = {"Unknown", "Reserved", "Internal", "External"};
 
@@ -59,26 +63,38 @@ void displayControllerList(const _TL_CTRL_LIST_T* list) {
     }
 }
 
+void CopyCtrlData(_TLT_CTRL_DATA* copy) {
+    std::lock_guard<std::mutex> lock(gCtrlDataLock);
+    *copy = gCtrlData;
+}
+
 void selectController(void) {
     displayControllerList(nullptr);
     if (gTotalControllers >= 2) {
+        int sel = gSelController;
         do {
             printf("Please select a controller index(0 based) to test with:: ");
-            ReadIntLine(&gSelController);
-        } while (gSelController >= gTotalControllers);
+            ReadIntLine(&sel);
+            SetSelectedIndex(sel);
+        } while (sel >= gTotalControllers);
     } else if (gTotalControllers == 1) {
-        gSelController = 0;
+        SetSelectedIndex(0);
         printf("Only one controller present. Selected Controller = %d\n", gSelController);
     } else {
-        gSelController = -1;
+        SetSelectedIndex(-1);
         puts("No controllers present");
     }
     // Any negative index leaves no controller addressed; only 0..63 name a slot.
     if (gSelController >= 0 && gSelController < TL_MAX_CTRLS) {
-        memset(&gCtrlData, 0, sizeof(gCtrlData));
-        gCtrlData.ctrlId = gCtrlList.ctrlId[gSelController];
-        GetCtrlInfoFunc(&gCtrlData.ctrlInfo);
-        GetSASConnectorFunc(&gCtrlData.sasConnectors);
+        // Filled aside and stored under the lock: the event callback reads
+        // the cache on the library's thread.
+        _TLT_CTRL_DATA data;
+        memset(&data, 0, sizeof(data));
+        data.ctrlId = gCtrlList.ctrlId[gSelController];
+        GetCtrlInfoFunc(&data.ctrlInfo);
+        GetSASConnectorFunc(&data.sasConnectors);
+        std::lock_guard<std::mutex> lock(gCtrlDataLock);
+        gCtrlData = data;
     }
 }
 

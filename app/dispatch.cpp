@@ -1,18 +1,34 @@
 // The one path from the tool to the library: routing by the selected
 // controller's family, and timing and logging of every call in BVT mode.
+//
+// The library calls back on a thread of its own, and the event callback
+// issues commands through here while the menus do too: the routing is
+// computed per call from the atomically read selection, the entry point in
+// use is atomic, and BVT logging is serialised.
 #include <string.h>
 #include <time.h>
 
+#include <atomic>
+#include <mutex>
+
 #include "tarseltest.h"
 
+int SelectedIndex(void) { return std::atomic_ref<int>(gSelController).load(); }
+
+void SetSelectedIndex(int index) { std::atomic_ref<int>(gSelController).store(index); }
+
+int BVTModeOn(void) { return std::atomic_ref<int>(gBVTMode).load(); }
+
+void SetBVTMode(int mode) { std::atomic_ref<int>(gBVTMode).store(mode); }
+
 U32 SelectedCtrlWord(void) {
-    int sel = gSelController;
+    int sel = SelectedIndex();
     if (sel < 0 || sel >= TL_MAX_CTRLS) return 0;
     return gCtrlList.ctrlId[sel];
 }
 
 int SelectedFamily(void) {
-    int sel = gSelController;
+    int sel = SelectedIndex();
     if (sel < 0 || sel >= TL_MAX_CTRLS) return -1;
     return (int)gCtrlList.cl[sel].libType;
 }
@@ -47,22 +63,25 @@ U32 CallEntry(ProcessLibCommandFunc entry, _TL_LIB_CMD_PARAM_T* block) {
 }  // namespace
 
 U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block) {
-    int sel = gSelController;
-    if (sel >= 0 && sel < TL_MAX_CTRLS) {
-        switch (gCtrlList.cl[sel].libType) {
-        case TL_FAMILY_KV: pfnProcessLibCommand = pfnProcessLibCommandKV; break;
-        case TL_FAMILY_PX: pfnProcessLibCommand = pfnProcessLibCommandPX; break;
-        case TL_FAMILY_PX2: pfnProcessLibCommand = pfnProcessLibCommandPX2; break;
-        case TL_FAMILY_PX3: pfnProcessLibCommand = pfnProcessLibCommandPX3; break;
-        default: break; // an unknown family keeps the entry point in use
-        }
-    }
+    // The entry point is chosen for this call and kept in a local, so a
+    // concurrent change of the one in use cannot redirect the call.
     ProcessLibCommandFunc entry = pfnProcessLibCommand;
-    if (!gBVTMode) return CallEntry(entry, block);
+    switch (SelectedFamily()) {
+    case TL_FAMILY_KV: entry = pfnProcessLibCommandKV; break;
+    case TL_FAMILY_PX: entry = pfnProcessLibCommandPX; break;
+    case TL_FAMILY_PX2: entry = pfnProcessLibCommandPX2; break;
+    case TL_FAMILY_PX3: entry = pfnProcessLibCommandPX3; break;
+    default: break; // none selected or an unknown family: the entry point in use
+    }
+    pfnProcessLibCommand = entry;
+    if (!BVTModeOn()) return CallEntry(entry, block);
 
     time_t start = time(nullptr);
     U32 rval = CallEntry(entry, block);
     time_t end = time(nullptr);
+    // One call's status block and parameter dump stay together in the logs.
+    static std::mutex logLock;
+    std::lock_guard<std::mutex> lock(logLock);
     BVTPrintStatus(BVTTypeName(block->cmdType), BVTCommandName(block->cmdType, block->cmd), (int)rval,
                    difftime(end, start));
     if (rval != 0) DumpParams(block);

@@ -18,6 +18,7 @@
 #include "array.h"
 #include "config.h"
 #include "enclosure.h"
+#include "event_group.h"
 #include "foreign.h"
 #include "ld.h"
 #include "ld_ops.h"
@@ -114,8 +115,8 @@ const char* const kSystemLines[] = {
 
 const MenuItem kSystemItems[] = {
     {1, Call<InitializeLibrary>},
-    {2, nullptr},  // RegisterForAEN
-    {3, nullptr},  // UnregisterForAEN
+    {2, Call<RegisterForAEN>},
+    {3, Call<UnregisterForAEN>},
     {4, Call<GetCtrlList>},
     {5, [] {
          const int family = SelectedFamily();
@@ -125,8 +126,8 @@ const MenuItem kSystemItems[] = {
     {7, Call<GetLibParameters>},   // GetLibParameters
     {8, Call<SetLibParameters>},   // SetLibParameters
     {9, Call<GetPartitionInfo>},   // GetPartitionInfo
-    {10, nullptr},  // AutoReRegisterAEN
-    {11, nullptr},  // RegisterForAENInThread
+    {10, Call<AutoReRegisterAEN>},
+    {11, Call<RegisterForAENInThread>},
     {12, Call<GetSystemSnapshot>},  // GetSystemSnapshot
 };
 
@@ -406,9 +407,9 @@ const char* const kEventLines[] = {
 };
 
 const MenuItem kEventItems[] = {
-    {1, nullptr},  // GetEventSequenceInfo
-    {2, nullptr},  // GetEventDetails
-    {3, nullptr},  // ClearEvents
+    {1, Call<GetEventSequenceInfo>},
+    {2, Call<GetEventDetails>},
+    {3, Call<ClearEvents>},
 };
 
 const GroupMenu kEventMenu = {
@@ -609,9 +610,9 @@ int ScheduleSnapshotSubMenu(void) { return RunGroupMenu(kScheduleSnapshotMenu); 
 // BVT mode is on only while this menu is open.
 int showBVTMenu(void) {
     myInitAPICalls();
-    gBVTMode = 1;
+    SetBVTMode(1);
     const int choice = RunGroupMenu(kBVTMenu);
-    gBVTMode = 0;
+    SetBVTMode(0);
     return choice;
 }
 

@@ -182,7 +182,7 @@ U32 UnInitializeLibrary(void) {
 }
 
 void unloadDLL(int code) {
-    gSelController = -1;
+    SetSelectedIndex(-1);
     for (const Variant& v : kVariants) {
         if (!*v.present || (code != v.code && code != 255)) continue;
         printf("\n\nUnInitializing library for %s...", v.name);

@@ -14,65 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "tool_child.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Child {
-    pid_t pid;
-    int in, out;
-    std::string seen;
-};
-
-Child Start(const char* scenario) {
-    int inPipe[2], outPipe[2];
-    if (pipe(inPipe) || pipe(outPipe)) abort();
-    pid_t pid = fork();
-    if (pid == 0) {
-        dup2(inPipe[0], 0);
-        dup2(outPipe[1], 1);
-        close(inPipe[1]);
-        close(outPipe[0]);
-        setenv("TARSELTEST_LIBDIR", TARSEL_SIM_DIR, 1);
-        setenv("TARSEL_SIM_SCENARIO", scenario, 1);
-        unsetenv("TARSEL_SIM_TRACE");
-        if (chdir("/tmp") != 0) _exit(126);
-        execl(TARSELTEST_BIN, TARSELTEST_BIN, (char*)nullptr);
-        _exit(127);
-    }
-    close(inPipe[0]);
-    close(outPipe[1]);
-    return {pid, inPipe[1], outPipe[0], {}};
-}
-
-// Reads output until `marker` appears `times` times in total.
-bool WaitFor(Child& c, const std::string& marker, size_t times) {
-    char buf[65536];
-    for (;;) {
-        size_t count = 0;
-        for (size_t p = c.seen.find(marker); p != std::string::npos; p = c.seen.find(marker, p + 1)) ++count;
-        if (count >= times) return true;
-        ssize_t n = read(c.out, buf, sizeof buf);
-        if (n <= 0) return false;
-        c.seen.append(buf, n);
-    }
-}
-
-void Send(Child& c, const std::string& text) {
-    if (write(c.in, text.data(), text.size()) != (ssize_t)text.size()) abort();
-}
-
-long Finish(Child& c) {
-    close(c.in);
-    char buf[4096];
-    while (read(c.out, buf, sizeof buf) > 0) {
-    }
-    close(c.out);
-    int st;
-    struct rusage ru {};
-    wait4(c.pid, &st, 0, &ru);
-    return ru.ru_maxrss; // KiB
-}
+Child Start(const char* scenario) { return StartTool("/tmp", {{"TARSEL_SIM_SCENARIO", scenario}}); }
 
 double Median(std::vector<double> v) {
     std::sort(v.begin(), v.end());

@@ -422,10 +422,11 @@ int MakeDedicatedHotspare(void) {
     }
     // The record holds 16 references: no more are asked for.
     const int refs = arrays.count < 16 ? arrays.count : 16;
-    for (int i = 0; i < refs; ++i) {
-        U16 ref = gBVTMode ? (U16)gArrayIndex : ReadSpareArray(cfg, ci, chosen);
-        memcpy(&arrays.ref[i], &ref, sizeof ref);
-    }
+    U16 refsRead[16] = {};
+    for (int i = 0; i < refs; ++i) refsRead[i] = gBVTMode ? (U16)gArrayIndex : ReadSpareArray(cfg, ci, chosen);
+    // Copied whole into the packed record (g++ -O3 misjudges per-element
+    // copies into it as overflowing).
+    memcpy(arrays.ref, refsRead, sizeof refsRead);
     free(cfg);
 
     blk.dataSize = sizeof arrays;

@@ -55,6 +55,17 @@ extern U32 gAenPopupWinPX[64];
 extern int numLines;
 extern FILE* fp;
 
+/* State that library callbacks read on the library's own thread while the
+   menus run: the selected controller's index and the BVT flag are read and
+   written atomically through these (plain reads on the main thread stay
+   valid: only the main thread writes them); the selected-controller cache
+   is copied under its lock. */
+int SelectedIndex(void);
+void SetSelectedIndex(int index);
+int BVTModeOn(void);
+void SetBVTMode(int mode);
+void CopyCtrlData(_TLT_CTRL_DATA* copy);
+
 /* dispatch (dispatch.cpp) */
 U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block);
 /* Clear the first 32 bytes of the block and set type, code and the selected

@@ -55,6 +55,7 @@ void RegisterLdOpCommands();
 void RegisterCtrlMiscCommands();
 void RegisterForeignCommands();
 void RegisterSecurityCommands();
+void RegisterEventCommands();
 
 } // namespace tarselsim
 

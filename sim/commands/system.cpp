@@ -6,6 +6,7 @@
 #include <string>
 
 #include "commands/registry.h"
+#include "events/delivery.h"
 
 namespace tarselsim {
 
@@ -76,6 +77,7 @@ U32 GetCtrlList(CmdContext& ctx) {
 
 U32 ExitLib(CmdContext& ctx) {
     ctx.lib.initialized = false;
+    EndEventDelivery();
     return TL_STATUS_OK;
 }
 

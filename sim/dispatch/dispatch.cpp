@@ -14,6 +14,7 @@
 #include "dispatch/library.h"
 #include "core/clock.h"
 #include "core/trace.h"
+#include "events/delivery.h"
 #include "model/activity.h"
 #include "scenario/scenario.h"
 
@@ -41,6 +42,7 @@ Registry& TheRegistry() {
 }
 
 __attribute__((destructor)) void ReleaseState() {
+    ShutdownEventDelivery();
     delete gLibrary;
     gLibrary = nullptr;
     delete gRegistry;
@@ -64,6 +66,7 @@ void RegisterAll() {
     RegisterCtrlMiscCommands();
     RegisterForeignCommands();
     RegisterSecurityCommands();
+    RegisterEventCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed
@@ -138,6 +141,9 @@ void MakeHostile(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
     HostileRecords& h = lib.hostile;
     if (h.mode == HostileMode::Off || !blk->pData || blk->dataSize == 0) return;
     if (blk->cmdType == TL_SYSTEM_CMD_TYPE && (blk->cmd == TL_INIT_LIB || blk->cmd == TL_GET_LIB_VER)) return;
+    // The registration's identifier is the handle that ends it: garbled, the
+    // caller could never unregister (and retries for seconds at exit).
+    if (blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_REGISTER_AEN) return;
     if (blk->cmdType == TL_PASSTHRU_CMD_TYPE && blk->cmd == TL_DCMD_PASSTHRU) {
         if (blk->dataSize != sizeof(_TL_DCMD_INPUT_T)) return;
         auto* in = static_cast<_TL_DCMD_INPUT_T*>(blk->pData);
@@ -231,20 +237,25 @@ U32 Dispatch(int family, _TL_LIB_CMD_PARAM_T* blk) {
         static std::once_flag registered;
         std::call_once(registered, RegisterAll);
 
-        std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
-        Library& lib = TheLibrary(family);
-        TraceRecord trace;
-        trace.Capture(family, blk);
         U32 status;
-        try {
-            status = Run(lib, blk);
-            if (status == 0) MakeHostile(lib, blk);
-        } catch (const std::bad_alloc&) {
-            status = TL_STATUS_MEMALLOC_FAILED;
-        } catch (...) {
-            status = KFI_STAT_INVALID_STATUS;
+        {
+            std::lock_guard<std::recursive_mutex> lock(LibraryMutex());
+            Library& lib = TheLibrary(family);
+            TraceRecord trace;
+            trace.Capture(family, blk);
+            try {
+                status = Run(lib, blk);
+                if (status == 0) MakeHostile(lib, blk);
+            } catch (const std::bad_alloc&) {
+                status = TL_STATUS_MEMALLOC_FAILED;
+            } catch (...) {
+                status = KFI_STAT_INVALID_STATUS;
+            }
+            trace.Write(status);
         }
-        trace.Write(status);
+        // Waiting for the event delivery thread happens without the lock,
+        // which a callback in progress may need for its own commands.
+        FinishDeliveryWork();
         return status;
     } catch (...) {
         // Only allocation in the registry or the trace can get here.

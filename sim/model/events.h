@@ -1,62 +1,67 @@
 // The controller's event log: every state change of the model appends an
-// event here, with the next sequence number and the firmware time. The
-// event codes the simulated firmware raises are listed once, below.
+// event here, with the next sequence number and the firmware time. The log
+// holds a bounded number of events (the oldest is dropped), keeps the
+// sequence numbers of the last clear, the last clean shutdown and this
+// session's boot, and answers fetches from a sequence number with a locale
+// and class filter. The event codes the simulated firmware raises are
+// listed once, below.
 #ifndef TARSELSIM_MODEL_EVENTS_H
 #define TARSELSIM_MODEL_EVENTS_H
 
 #include <cstddef>
 #include <string>
 
+#include "event.h"
 #include "model/model.h"
 
 namespace tarselsim {
 
 // Event locales (bit masks of event areas).
-constexpr U16 kEvtLocaleLd = 0x0001;
-constexpr U16 kEvtLocalePd = 0x0002;
-constexpr U16 kEvtLocaleEncl = 0x0004;
-constexpr U16 kEvtLocaleBbu = 0x0008;
-constexpr U16 kEvtLocaleSas = 0x0010;
-constexpr U16 kEvtLocaleCtrl = 0x0020;
-constexpr U16 kEvtLocaleConfig = 0x0040;
-constexpr U16 kEvtLocaleCluster = 0x0080;
+constexpr U16 kEvtLocaleLd = KV_EVT_LOCALE_LD;
+constexpr U16 kEvtLocalePd = KV_EVT_LOCALE_PD;
+constexpr U16 kEvtLocaleEncl = KV_EVT_LOCALE_ENCL;
+constexpr U16 kEvtLocaleBbu = KV_EVT_LOCALE_BBU;
+constexpr U16 kEvtLocaleSas = KV_EVT_LOCALE_SAS;
+constexpr U16 kEvtLocaleCtrl = KV_EVT_LOCALE_CTRL;
+constexpr U16 kEvtLocaleConfig = KV_EVT_LOCALE_CONFIG;
+constexpr U16 kEvtLocaleCluster = KV_EVT_LOCALE_CLUSTER;
 
 // Event classes.
-constexpr S8 kEvtClassDebug = -2;
-constexpr S8 kEvtClassProgress = -1;
-constexpr S8 kEvtClassInfo = 0;
-constexpr S8 kEvtClassWarning = 1;
-constexpr S8 kEvtClassCritical = 2;
-constexpr S8 kEvtClassFatal = 3;
-constexpr S8 kEvtClassDead = 4;
+constexpr S8 kEvtClassDebug = KV_EVT_CLASS_DEBUG;
+constexpr S8 kEvtClassProgress = KV_EVT_CLASS_PROGRESS;
+constexpr S8 kEvtClassInfo = KV_EVT_CLASS_INFO;
+constexpr S8 kEvtClassWarning = KV_EVT_CLASS_WARNING;
+constexpr S8 kEvtClassCritical = KV_EVT_CLASS_CRITICAL;
+constexpr S8 kEvtClassFatal = KV_EVT_CLASS_FATAL;
+constexpr S8 kEvtClassDead = KV_EVT_CLASS_DEAD;
 
 // Argument types of the event record's args union.
 enum EventArgType : U8 {
-    kEvtArgNone = 0,
-    kEvtArgCdbSense = 1,
-    kEvtArgLd = 2,
-    kEvtArgLdCount = 3,
-    kEvtArgLdLba = 4,
-    kEvtArgLdOwner = 5,
-    kEvtArgLdLbaPdLba = 6,
-    kEvtArgLdProg = 7,
-    kEvtArgLdState = 8,
-    kEvtArgStrip = 9,
-    kEvtArgPd = 10,
-    kEvtArgPdErr = 11,
-    kEvtArgPdLba = 12,
-    kEvtArgPdLbaLd = 13,
-    kEvtArgPdProg = 14,
-    kEvtArgPdState = 15,
-    kEvtArgPci = 16,
-    kEvtArgRate = 17,
-    kEvtArgStr = 18,
-    kEvtArgTime = 19,
-    kEvtArgLdProp = 21,
-    kEvtArgPdAddress = 29,
-    kEvtArgPdPd = 32,
-    kEvtArgPdFru = 33,
-    kEvtArgPdPathInfo = 34,
+    kEvtArgNone = KV_EVT_ARGS_NONE,
+    kEvtArgCdbSense = KV_EVT_ARGS_CDB_SENSE,
+    kEvtArgLd = KV_EVT_ARGS_LD,
+    kEvtArgLdCount = KV_EVT_ARGS_LD_COUNT,
+    kEvtArgLdLba = KV_EVT_ARGS_LD_LBA,
+    kEvtArgLdOwner = KV_EVT_ARGS_LD_OWNER,
+    kEvtArgLdLbaPdLba = KV_EVT_ARGS_LD_LBA_PD_LBA,
+    kEvtArgLdProg = KV_EVT_ARGS_LD_PROG,
+    kEvtArgLdState = KV_EVT_ARGS_LD_STATE,
+    kEvtArgStrip = KV_EVT_ARGS_STRIP,
+    kEvtArgPd = KV_EVT_ARGS_PD,
+    kEvtArgPdErr = KV_EVT_ARGS_PD_ERR,
+    kEvtArgPdLba = KV_EVT_ARGS_PD_LBA,
+    kEvtArgPdLbaLd = KV_EVT_ARGS_PD_LBA_LD,
+    kEvtArgPdProg = KV_EVT_ARGS_PD_PROG,
+    kEvtArgPdState = KV_EVT_ARGS_PD_STATE,
+    kEvtArgPci = KV_EVT_ARGS_PCI,
+    kEvtArgRate = KV_EVT_ARGS_RATE,
+    kEvtArgStr = KV_EVT_ARGS_STR,
+    kEvtArgTime = KV_EVT_ARGS_TIME,
+    kEvtArgLdProp = KV_EVT_ARGS_LD_PROP,
+    kEvtArgPdAddress = KV_EVT_ARGS_PD_ADDRESS,
+    kEvtArgPdPd = KV_EVT_ARGS_PD_PD,
+    kEvtArgPdFru = KV_EVT_ARGS_PD_FRU,
+    kEvtArgPdPathInfo = KV_EVT_ARGS_PD_PATHINFO,
 };
 
 // The event codes this firmware raises. Add a code here (once) when a
@@ -169,12 +174,48 @@ enum EventCode : U32 {
     kEvtLockKeyRecovered = 0x0177,
     kEvtPdUnlocked = 0x0178,
     kEvtPdReprovisioned = 0x0179,
+    // The event log and the event storm.
+    kEvtCtrlBoot = 0x0143,         // the firmware started this session (TIME)
+    kEvtLogCleared = 0x0144,       // the event log was cleared
+    kEvtStorm = 0x01F0,            // an event of the storm generator
 };
 
 // Appends an event to the controller's log with the next sequence number
-// and the current firmware time, and hands it to the event sink.
+// and the current firmware time, and hands it to the event sink. Events of
+// the progress class are non-persistent; every other event is persistent.
 void LogEvent(Library& lib, Controller& c, U32 code, U16 locale, S8 eventClass, U8 argType, const void* args,
               size_t argBytes, const std::string& description);
+
+// Appends a prepared event (its sequence number and time stamp are set
+// here); returns the sequence number given.
+U32 LogEvent(Library& lib, Controller& c, Controller::Event e);
+
+// Starts this session's log at load: the scripted events at time 0 are
+// logged as history, then the controller's boot.
+void BootEventLog(Library& lib, Controller& c);
+
+// Logs the scripted events whose time lies in (from, to] (virtual seconds
+// since the clock started).
+void RaiseScheduledEvents(Library& lib, Controller& c, double from, double to);
+
+// The log's sequence numbers. An empty log reports the next number as its
+// oldest and the one before as its newest.
+KV_EVT_LOG_INFO EventLogInfo(const Controller& c);
+
+// Empties the log and records the clear; the clear itself is logged as
+// the first event of the new log.
+void ClearEventLog(Library& lib, Controller& c);
+
+// True when the event is in the mask's locales (all locales, 0xFFFF, also
+// takes an event of locale 0) and at or above its class.
+bool EventPasses(const Controller::Event& e, _KV_EVT_CLASS_LOCALE mask);
+
+// The library's record of a logged event.
+void ToEventRecord(const Controller::Event& e, KV_EVT_DETAIL& out);
+
+// Copies up to `max` events of sequence number `start` or later that pass
+// the mask, oldest first; returns the number copied.
+size_t FetchEvents(const Controller& c, U32 start, _KV_EVT_CLASS_LOCALE mask, KV_EVT_DETAIL* out, size_t max);
 
 // Called with every event just appended to a controller's log (the
 // delivery of events to registered callbacks hooks in here). The library's

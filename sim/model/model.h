@@ -5,6 +5,7 @@
 #define TARSELSIM_MODEL_H
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -231,7 +232,8 @@ struct Controller {
     // Target ids held by logical drives of other kinds (snapshot views and
     // repositories), answered by the target-id query.
     std::vector<U8> otherTargetIds;
-    // The controller's event log, oldest first; seqNum grows by one per event.
+    // The controller's event log, oldest first; seqNum grows by one per event
+    // (events.h: capacity, clearing, fetching, delivery).
     struct Event {
         U32 seqNum = 0;
         U32 timeStamp = 0;      // firmware seconds
@@ -241,8 +243,19 @@ struct Controller {
         U8 argType = 0;
         U8 args[96] = {};
         std::string description;
+        bool persistent = true; // false: would not survive a controller reboot
+        U16 notifyStatus = 0;   // status of the notification that delivers it
     };
-    std::vector<Event> events;
+    std::deque<Event> events;
+    size_t eventLogCapacity = 4096; // the oldest event is dropped beyond this
+    U32 nextEventSeq = 1;
+    U32 clearSeqNum = 0, shutdownSeqNum = 0, bootSeqNum = 0;
+    // Events a scenario raises when the virtual clock passes `at` seconds.
+    struct ScheduledEvent {
+        double at = 0;
+        Event event;
+    };
+    std::vector<ScheduledEvent> scheduledEvents; // in order of `at`
     // Out-of-band address (channel, device) at which the controller answers
     // when its library runs out of band; -1: it answers at any address.
     int oobChannel = -1, oobDevice = -1;
@@ -317,6 +330,7 @@ struct Library {
     double modelTime = 0;             // virtual second the model was last advanced to (activity.h)
     LibParameters libParameters;      // TL_GET_LIB_PARAMETERS / TL_SET_LIB_PARAMETERS
     HostileRecords hostile;
+    U32 eventStorm = 0;               // events raised at once after the first registration (sim/events)
 
     // By the low 24 bits; only controllers this library reports (see visible).
     Controller* findController(U32 ctrlId);

@@ -55,6 +55,10 @@ void ReadKeyManagement(TableReader& t, Controller& c);
 // Read after the controller's own configuration (security.cpp).
 void ReadForeignConfigs(TableReader& t, Controller& c, int family);
 
+// The event log's settings ([...event_log]) and the scripted events
+// ([[...events]]) of a controller (events.cpp).
+void ReadEventLog(TableReader& t, Controller& c);
+
 // Blocks of a drive after the controller's coercion: raw size less the
 // reserved metadata area, rounded down as the family's coercion mode says.
 void ComputeDriveSizes(Drive& d, int family, U8 coercionMode);

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "core/clock.h"
+#include "model/events.h"
 #include "scenario/build.h"
 #include "scenario/scenario.h"
 
@@ -179,6 +180,7 @@ Controller ReadController(const Node& n, int family, std::set<U32>& ids) {
     ReadControllerOps(t, c, family);
     ReadKeyManagement(t, c);
     ReadForeignConfigs(t, c, family);
+    ReadEventLog(t, c);
     t.finish();
     c.info.properties = c.props;
     return c;
@@ -202,7 +204,9 @@ void ReadVariant(const Node& n, Library& lib) {
     auto ctrls = t.tables("controllers");
     if (ctrls.size() > TL_MAX_CTRLS) Fail(*ctrls[TL_MAX_CTRLS], "at most 64 controllers per variant");
     for (const Node* c : ctrls) lib.controllers.push_back(ReadController(*c, lib.family, ids));
+    lib.eventStorm = static_cast<U32>(t.integer("event_storm", 0, 0, 100000000));
     t.finish();
+    for (Controller& c : lib.controllers) BootEventLog(lib, c);
 }
 
 void Apply(const Node& root, Library& lib) {

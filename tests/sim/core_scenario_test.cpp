@@ -23,6 +23,7 @@
 #include "../../sim/scenario/ctrl_ops.cpp"
 #include "../../sim/scenario/devices.cpp"
 #include "../../sim/scenario/encl_bbu.cpp"
+#include "../../sim/scenario/events.cpp"
 #include "../../sim/scenario/generate.cpp"
 #include "../../sim/scenario/loader.cpp"
 #include "../../sim/scenario/reader.cpp"
