@@ -8,7 +8,7 @@
 
 namespace {
 
-using ctrltest::TraceField;
+using namespace ctrltest;
 
 constexpr int kConfigMenu = 6;
 

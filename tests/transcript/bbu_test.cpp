@@ -12,11 +12,7 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::FirstTrace;
-using ctrltest::KorvaneScenario;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
 // The clock starts on Thursday 2026-01-15 10:30:00 (UTC, the tool's zone in
 // these runs); `step` virtual seconds pass at every command.

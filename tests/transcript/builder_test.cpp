@@ -11,12 +11,8 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::FirstTrace;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
-std::string Success(const char* name) { return std::string(name) + " : ProcessLibCommandCall successful\n"; }
 
 // The default preset's drives 22 and 23: 2,289,288 MB raw; less 512 MB of
 // metadata and rounded down to a whole GB (coercion mode 2), each gives

@@ -45,6 +45,12 @@ inline std::string Fault(int type, int code, unsigned status, unsigned opcode = 
     return s;
 }
 
+// The outcome lines of an operation named `name`.
+inline std::string Success(const char* name) { return std::string(name) + " : ProcessLibCommandCall successful\n"; }
+inline std::string Failed(const char* name, unsigned status) {
+    return F("%s : ProcessLibCommandCall failed; rval = 0x%X\n", name, status);
+}
+
 // The first trace line of a type and code, or "".
 inline std::string FirstTrace(const RunResult& r, int type, int code) {
     auto v = TraceFor(r, type, code);

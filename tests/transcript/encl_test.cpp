@@ -9,11 +9,7 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::FirstTrace;
-using ctrltest::KorvaneScenario;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
 // Runs enclosure menu items; each entry is an item number with its answers.
 // Blank lines after each answer the pager's pauses and "Press ENTER"; the

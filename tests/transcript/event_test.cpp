@@ -9,9 +9,7 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::KorvaneScenario;
-using ctrltest::TraceField;
+using namespace ctrltest;
 
 RunResult RunEvents(const std::string& input, const std::string& scenario = "default", const std::string& text = "",
               std::map<std::string, std::string> env = {}) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-using ctrltest::TraceField;
+using namespace ctrltest;
 using sectest::kKeyPrompt;
 
 constexpr int kConfigMenu = 6;

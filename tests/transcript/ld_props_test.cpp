@@ -8,9 +8,7 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
 RunResult RunLd(const std::string& items, const std::string& scenario) {
     return RunWith(scenario, "5\n" + items + std::string(40, '\n'));

@@ -10,11 +10,8 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
-std::string Success(const char* name) { return std::string(name) + " : ProcessLibCommandCall successful\n"; }
 
 RunResult RunPassthru(const std::string& items, const std::string& scenario = "default") {
     return RunWith(scenario, "8\n" + items + Filler(10));

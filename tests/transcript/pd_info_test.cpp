@@ -9,10 +9,7 @@
 
 namespace {
 
-using ctrltest::Fault;
-using ctrltest::FirstTrace;
-using ctrltest::TraceField;
-using ctrltest::Unpaged;
+using namespace ctrltest;
 
 // Drive report of each device id, one after the other; the filler lines
 // answer the pager and lead back to the main menu.

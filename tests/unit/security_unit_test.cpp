@@ -1,6 +1,6 @@
 // Drive security, foreign configurations and arrays on the fake library:
 // the strength rule, the key operations no menu reaches (backup, escrow,
-// boot message, locked drives) with every status text and the mailbox they
+// boot message, locked drives) with their status texts and the mailbox they
 // send, the unattended foreign-configuration and array-information runs,
 // the spans of a logical drive, and array and GUID records whose counts run
 // past what they hold.
@@ -59,7 +59,9 @@ protected:
     }
 };
 
-TEST_F(KeyOperations, EveryStatusTextOfTheOperationsNoMenuReaches) {
+// Representative rows of each operation's status texts, with the odd ones
+// (misspelt, doubled separators) and each operation's fallback line.
+TEST_F(KeyOperations, StatusTextsOfTheOperationsNoMenuReaches) {
     struct Case {
         std::function<U32()> op;
         std::string input;
@@ -68,7 +70,6 @@ TEST_F(KeyOperations, EveryStatusTextOfTheOperationsNoMenuReaches) {
         std::string text;
     };
     const std::vector<Case> cases = {
-        {BackupKey, "0\nLockTxt9\n", KV_DCMD_CTRL_LOCK_KEY_BACKUP, 3, "\n   BackupKey:\tSome input parameters are invalid \n"},
         {BackupKey, "0\nLockTxt9\n", KV_DCMD_CTRL_LOCK_KEY_BACKUP, 68,
          "\n   BackupKey:\tIf lock key exists, backup is not allowed for it \n"},
         {BackupKey, "0\nLockTxt9\n", KV_DCMD_CTRL_LOCK_KEY_BACKUP, 9, "\nBACKUP KEY failed with return value : 9\n"},
@@ -76,9 +77,6 @@ TEST_F(KeyOperations, EveryStatusTextOfTheOperationsNoMenuReaches) {
          "\n  VerifyKey :\tSome input parameters are invalid \n"},
         {VerifyKey, "Pass#1\nLockTxt9\n", KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, 69,
          "\n  VerifyKey :\tIf lock key exists, and backup/verify is not allowed for it \n"},
-        {VerifyKey, "Pass#1\nLockTxt9\n", KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, 9, "\nVERIFYKEY failed with return value : 9\n"},
-        {KeyFromEscrow, "My#Secret9\n", KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, 3,
-         "\n  KeyFromEscrow :\tSome input parameters are invalid \n"},
         {KeyFromEscrow, "My#Secret9\n", KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, 73,
          "\n  KeyFromEscrow :\tEscrow lock key could not be used \n"},
         {KeyFromEscrow, "My#Secret9\n", KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, 9, "\nKEYFROMESCROW failed with return value : 9\n"},
@@ -87,13 +85,9 @@ TEST_F(KeyOperations, EveryStatusTextOfTheOperationsNoMenuReaches) {
         {SendSecretKey, "\n7\n", KV_DCMD_CTRL_BIOS_BOOT_MSG_SEND_STRING, 9, "\nSendSecretKey command failed rval: 9\nMessage is : 7\n"},
         {SendSecretKey, "\n7\n", KV_DCMD_CTRL_BIOS_BOOT_MSG_SEND_STRING, 0, "--->Message is : 7\n"},
         {Reprovision, "14\n3\n", KV_DCMD_PD_REPROVISION, 4, "\nReprovision : sequence number is out of sync: 4\n"},
-        {Reprovision, "14\n3\n", KV_DCMD_PD_REPROVISION, 12, "\nReprovision : deviceId is invalid: 12\n"},
-        {Reprovision, "14\n3\n", KV_DCMD_PD_REPROVISION, 50, "\nReprovision : deviceId is part of configuration: 50\n"},
         {Reprovision, "14\n3\n", KV_DCMD_PD_REPROVISION, 77, "\nReprovision : devideId is a non-FDE drive: 77\n"},
         {Reprovision, "14\n3\n", KV_DCMD_PD_REPROVISION, 9, "\nReprovision returned error : : 9\n"},
-        {Recover, "14\n3\n", KV_DCMD_PD_RECOVER_LOCKED, 4, "\nRecover : sequence number is out of sync: 4\n"},
         {Recover, "14\n3\n", KV_DCMD_PD_RECOVER_LOCKED, 12, "\nRecover : deviceId is invalid: 12\n"},
-        {Recover, "14\n3\n", KV_DCMD_PD_RECOVER_LOCKED, 50, "\nRecover : deviceId is part of configuration: 50\n"},
         {Recover, "14\n3\n", KV_DCMD_PD_RECOVER_LOCKED, 77, "\nRecover returned error : : 77\n"},
     };
     for (const Case& c : cases) {
