@@ -9,8 +9,10 @@
 #include <time.h>
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 
+#include "bvt_groups.h"
 #include "tarseltest.h"
 
 int SelectedIndex(void) { return std::atomic_ref<int>(gSelController).load(); }
@@ -76,14 +78,18 @@ U32 ProcessLibCommandCall(_TL_LIB_CMD_PARAM_T* block) {
     pfnProcessLibCommand = entry;
     if (!BVTModeOn()) return CallEntry(entry, block);
 
+    const auto fineStart = std::chrono::steady_clock::now();
     time_t start = time(nullptr);
     U32 rval = CallEntry(entry, block);
     time_t end = time(nullptr);
-    // One call's status block and parameter dump stay together in the logs.
+    const std::chrono::duration<double> fine = std::chrono::steady_clock::now() - fineStart;
+    const char* typeName = BVTTypeName(block->cmdType);
+    const char* api = BVTCommandName(block->cmdType, block->cmd);
+    // One call's status block, report case and parameter dump stay together.
     static std::mutex logLock;
     std::lock_guard<std::mutex> lock(logLock);
-    BVTPrintStatus(BVTTypeName(block->cmdType), BVTCommandName(block->cmdType, block->cmd), (int)rval,
-                   difftime(end, start));
+    BVTPrintStatus(typeName, api, (int)rval, difftime(end, start));
+    JUnitAddCase(typeName, api, rval, fine.count(), difftime(end, start));
     if (rval != 0) DumpParams(block);
     return rval;
 }

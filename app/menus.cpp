@@ -27,6 +27,8 @@
 #include "snapshot.h"
 #include "system.h"
 #include "security.h"
+#include "oob.h"
+#include "bvt_groups.h"
 
 namespace {
 
@@ -453,17 +455,17 @@ const char* const kBVTLines[] = {
 };
 
 const MenuItem kBVTItems[] = {
-    {1, nullptr},   // TestAllGroups
-    {2, nullptr},   // TestSystemGroup
-    {3, nullptr},   // TestCtrlGroup
-    {4, nullptr},   // TestPDGroup
-    {5, nullptr},   // TestLDGroup
-    {6, nullptr},   // TestConfigGroup
-    {7, nullptr},   // TestBBUGroup
-    {8, nullptr},   // TestPassthruGroup
-    {9, nullptr},   // TestEventGroup
-    {10, nullptr},  // TestEnclGroup
-    {11, nullptr},  // TestOOBGroup
+    {1, TestAllGroups},
+    {2, TestSystemGroup},
+    {3, TestCtrlGroup},
+    {4, TestPDGroup},
+    {5, TestLDGroup},
+    {6, TestConfigGroup},
+    {7, TestBBUGroup},
+    {8, TestPassthruGroup},
+    {9, TestEventGroup},
+    {10, TestEnclGroup},
+    {11, TestOOBGroup},
 };
 
 const GroupMenu kBVTMenu = {
@@ -526,15 +528,15 @@ const char* const kOobLines[] = {
 };
 
 const MenuItem kOobItems[] = {
-    {1, nullptr},  // RegisterForObjInfo
-    {2, nullptr},  // UnRegisterObjInfo
-    {3, nullptr},  // GetOOBObjectInfo
-    {4, nullptr},  // GetOOBParametersForPoll
-    {5, nullptr},  // SetOOBParametersForPoll
-    {6, nullptr},  // GetOOBStatus
-    {7, nullptr},  // SuspendOob
-    {8, nullptr},  // ResumeOob
-    {9, nullptr},  // RediscoverControllers
+    {1, Call<RegisterForObjInfo>},
+    {2, Call<UnRegisterObjInfo>},
+    {3, Call<GetOOBObjectInfo>},
+    {4, Call<GetOOBParametersForPoll>},
+    {5, Call<SetOOBParametersForPoll>},
+    {6, Call<GetOOBStatus>},
+    {7, Call<SuspendOob>},
+    {8, Call<ResumeOob>},
+    {9, Call<RediscoverControllers>},
 };
 
 const GroupMenu kOobMenu = {

@@ -3,6 +3,7 @@
 #include <string.h>
 #include <time.h>
 
+#include "bvt_groups.h"
 #include "tarseltest.h"
 
 int gPrintEnable;
@@ -27,10 +28,10 @@ void SetRow(int type, const char* typeName, std::initializer_list<const char*> n
     for (const char* n : names) snprintf(my[type].cmd[code++], sizeof(my[type].cmd[0]), "%s", n);
 }
 
-const char* const kBVTLog = "BVTlog.txt";
-const char* const kBVTErrorLog = "BVTErrorLog.txt";
-
 } // namespace
+
+const char kBVTLog[] = "BVTlog.txt";
+const char kBVTErrorLog[] = "BVTErrorLog.txt";
 
 void myInitAPICalls(void) {
     memset(my, 0, sizeof(my));
@@ -126,24 +127,26 @@ void BVTPrintStatus(const char* desc, const char* api, int rval, double timetoru
 }
 
 void DumpParams(const _TL_LIB_CMD_PARAM_T* block) {
-    FILE* err = fopen(kBVTErrorLog, "a");
-    if (!err) return;
-    fprintf(err, "API PARAMETERS:\n");
-    fprintf(err, "\tController ID: %d\n", (int)block->ctrlId);
+    char line[64];
+    std::string dump = "API PARAMETERS:\n";
+    snprintf(line, sizeof line, "\tController ID: %d\n", (int)block->ctrlId);
+    dump += line;
+    line[0] = '\0';
     switch (block->cmdType) {
-    case TL_PD_CMD_TYPE: fprintf(err, "\tPhysical Device ID:%d\n", block->pdRef.deviceId); break;
-    case TL_ENCL_CMD_TYPE: fprintf(err, "\tEnclosure Device ID:%d\n", block->enclRef.deviceId); break;
-    case TL_LD_CMD_TYPE: fprintf(err, "\tLogical Drive ID:%d\n", block->ldRef.targetId); break;
+    case TL_PD_CMD_TYPE: snprintf(line, sizeof line, "\tPhysical Device ID:%d\n", block->pdRef.deviceId); break;
+    case TL_ENCL_CMD_TYPE: snprintf(line, sizeof line, "\tEnclosure Device ID:%d\n", block->enclRef.deviceId); break;
+    case TL_LD_CMD_TYPE: snprintf(line, sizeof line, "\tLogical Drive ID:%d\n", block->ldRef.targetId); break;
     case TL_EVENT_CMD_TYPE:
-        if (block->cmd == TL_GET_EVENT_DETAILS) fprintf(err, "\tEvent Seq Num:%d\n", (int)block->evtRef.seqNum);
+        if (block->cmd == TL_GET_EVENT_DETAILS)
+            snprintf(line, sizeof line, "\tEvent Seq Num:%d\n", (int)block->evtRef.seqNum);
         break;
     default: break;
     }
-    fprintf(err, "\n");
+    dump += line;
+    dump += "\n";
+    JUnitAttachDump(dump);
+    FILE* err = fopen(kBVTErrorLog, "a");
+    if (!err) return;
+    fputs(dump.c_str(), err);
     fclose(err);
-}
-
-void BVTTestAPI(void) {
-    // The unattended runner's groups are not part of this build yet: a run
-    // writes its run header (by the caller) and performs no group.
 }

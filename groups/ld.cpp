@@ -200,13 +200,10 @@ U32 PrintLDConfig(const _KV_LD_CONFIG* ld, const _KV_CONFIG_DATA* pConfig) {
     default: printf("Unknown Init State : %d\n", prm->initState); break;
     }
     printf("%-30s : ", "State");
-    switch (prm->state) {
-    case 0: printf("OFFLINE\n"); break;
-    case 1: printf("PARTIALLY DEGRADED\n"); break;
-    case 2: printf("DEGRADED\n"); break;
-    case 3: printf("OPTIMAL\n"); break;
-    default: printf("Undefined; val = 0x%X\n", prm->state); break;
-    }
+    if (const char* state = LDStateText(prm->state))
+        puts(state);
+    else
+        printf("Undefined; val = 0x%X\n", prm->state);
     printf("%-30s : ", "Consistentcy");
     switch (prm->isConsistent) {
     case 0: printf("Not Consistent or Not Applicable\n"); break;

@@ -6,6 +6,12 @@
 #include "tarseltest.h"
 
 /* ---- policy decoders (ld_policy.cpp); each prints to standard output ---- */
+/* Words of the policy bytes and of a logical drive's state (null for a
+   state without a word). */
+const char* ReadCachePolicyText(U8 policy);
+const char* WriteCachePolicyText(U8 policy);
+const char* CachePolicyText(U8 policy);
+const char* LDStateText(U8 state);
 void PrintReadCachePolicy(U8 policy);
 void PrintWriteCachePolicy(U8 policy);
 void PrintCachePolicy(U8 policy);

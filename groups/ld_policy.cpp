@@ -3,31 +3,38 @@
 
 #include <string.h>
 
-void PrintReadCachePolicy(U8 policy) {
-    if ((policy & KV_LD_CACHE_READ_AHEAD) && (policy & KV_LD_CACHE_READ_ADAPTIVE))
-        printf("Adaptive Read Ahead\n");
-    else if (policy & KV_LD_CACHE_READ_AHEAD)
-        printf("Read Ahead\n");
-    else
-        printf("No Read Ahead\n");
+const char* ReadCachePolicyText(U8 policy) {
+    if ((policy & KV_LD_CACHE_READ_AHEAD) && (policy & KV_LD_CACHE_READ_ADAPTIVE)) return "Adaptive Read Ahead";
+    if (policy & KV_LD_CACHE_READ_AHEAD) return "Read Ahead";
+    return "No Read Ahead";
 }
 
-void PrintWriteCachePolicy(U8 policy) {
+const char* WriteCachePolicyText(U8 policy) {
     // The middle test cannot hold once bit 0 is clear; the order is kept.
-    if (policy & KV_LD_CACHE_WRITE_BACK)
-        printf("Write Back\n");
-    else if ((policy & 0x11) == 0x11)
-        printf("Write caching ok if bad BBU\n");
-    else
-        printf("Write through\n");
+    if (policy & KV_LD_CACHE_WRITE_BACK) return "Write Back";
+    if ((policy & 0x11) == 0x11) return "Write caching ok if bad BBU";
+    return "Write through";
 }
 
-void PrintCachePolicy(U8 policy) {
-    if ((policy & KV_LD_CACHE_CACHED_IO) == KV_LD_CACHE_CACHED_IO)
-        printf("Cached IO\n");
-    else
-        printf("Direct IO\n");
+const char* CachePolicyText(U8 policy) {
+    return (policy & KV_LD_CACHE_CACHED_IO) == KV_LD_CACHE_CACHED_IO ? "Cached IO" : "Direct IO";
 }
+
+const char* LDStateText(U8 state) {
+    switch (state) {
+    case 0: return "OFFLINE";
+    case 1: return "PARTIALLY DEGRADED";
+    case 2: return "DEGRADED";
+    case 3: return "OPTIMAL";
+    default: return nullptr;
+    }
+}
+
+void PrintReadCachePolicy(U8 policy) { puts(ReadCachePolicyText(policy)); }
+
+void PrintWriteCachePolicy(U8 policy) { puts(WriteCachePolicyText(policy)); }
+
+void PrintCachePolicy(U8 policy) { puts(CachePolicyText(policy)); }
 
 void PrintPdCachePolicy(U8 policy) {
     switch (policy) {

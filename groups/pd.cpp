@@ -290,13 +290,17 @@ int PrintPDInfo(_KV_PD_INFO* pd) {
     if (pd->powerState == 0 && CheckDevicePartition(pd->ref.deviceId))
         my_printf("%-35s\n", "Boot Partition is present on this PD.");
     my_printf("%-35s : %s\n", "Mediatype", pd->mediaType ? "SSD" : "HDD");
-    switch (pd->powerState) {
-    case 0: my_printf("%-35s\n", "Drive Active."); break;
-    case 1: my_printf("%-35s\n", "Drive spun down."); break;
-    case 255: my_printf("%-35s\n", "Drive transitioning between power states."); break;
-    default: my_printf("%-35s\n", "Drive Unknow power state."); break;
-    }
+    my_printf("%-35s\n", PDPowerStateText(pd->powerState));
     return 0;
+}
+
+const char* PDPowerStateText(U8 powerState) {
+    switch (powerState) {
+    case 0: return "Drive Active.";
+    case 1: return "Drive spun down.";
+    case 255: return "Drive transitioning between power states.";
+    default: return "Drive Unknow power state.";
+    }
 }
 
 int GetPDInfo(void) {

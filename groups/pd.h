@@ -9,6 +9,8 @@
 int FirePDInfo(_KV_PD_INFO* pdInfo, unsigned short deviceId);
 int GetPDSequenceNumber(unsigned short deviceId, unsigned short* seqNum);
 char* GetPDStateString(unsigned short fwState, char* bufState, int bufSize);
+/* The word of a drive's power state. */
+const char* PDPowerStateText(U8 powerState);
 void PrintPDInquiryData(unsigned char* inquiry);
 int PrintPDInfo(_KV_PD_INFO* pdInfo);
 int GetPDInfo(void);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, when missing.
 set -euo pipefail
-pkgs=(cmake g++ g++-multilib make libtomlplusplus-dev libgtest-dev libgmock-dev libbenchmark-dev sg3-utils hdparm)
+pkgs=(cmake g++ g++-multilib make libtomlplusplus-dev libgtest-dev libgmock-dev libbenchmark-dev sg3-utils hdparm libxml2-utils)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

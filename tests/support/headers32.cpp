@@ -2,6 +2,7 @@
 // interface headers then check every record layout for 32-bit pointers.
 #include "event.h"
 #include "kfistat.h"
+#include "tarsel_oob.h"
 #include "kv.h"
 #include "kv_ctrl_misc.h"
 #include "sata.h"
