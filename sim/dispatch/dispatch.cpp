@@ -2,6 +2,8 @@
 // checks initialisation, the addressed controller and configured faults,
 // then runs the registered handler, and traces every command.
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <cstring>
 #include <exception>
 #include <map>
@@ -86,7 +88,9 @@ U32 FaultStatus(Library& lib, const _TL_LIB_CMD_PARAM_T* blk) {
         if (f.type != blk->cmdType || f.code != blk->cmd) continue;
         if (f.opcode != 0 && f.opcode != opcode) continue;
         ++f.seen;
-        if ((f.occurrence == 0 || f.seen == f.occurrence) && result == 0) result = f.status;
+        if (f.occurrence != 0 && f.seen != f.occurrence) continue;
+        if (f.delaySeconds > 0) std::this_thread::sleep_for(std::chrono::seconds(f.delaySeconds));
+        if (result == 0) result = f.status;
     }
     return result;
 }

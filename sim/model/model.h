@@ -287,7 +287,8 @@ struct Fault {
     U8 code = 0;
     U32 opcode = 0;            // direct-command opcode, 0 for any (type 6 code 3 only)
     U32 occurrence = 0;        // 1-based; 0 means every occurrence
-    U32 status = 0;
+    U32 status = 0;            // 0: only delayed
+    U32 delaySeconds = 0;      // wall-clock seconds the command takes first
     U32 seen = 0;
 };
 

@@ -140,7 +140,10 @@ void ReadFault(const Node& n, Library& lib) {
         f.opcode = static_cast<U32>(TableReader::AsInteger(*op, "'opcode'", 1, 0xFFFFFFFFLL));
     }
     f.occurrence = static_cast<U32>(t.integer("occurrence", 0, 0, 0xFFFFFFFFLL));
-    f.status = static_cast<U32>(TableReader::AsInteger(t.require("status"), "'status'", 1, 0xFFFFFFFFLL));
+    f.delaySeconds = static_cast<U32>(t.integer("delay", 0, 0, 60));
+    // A delay alone slows the command down and lets it run; otherwise a status is required.
+    if (f.delaySeconds == 0 || t.get("status") != nullptr)
+        f.status = static_cast<U32>(TableReader::AsInteger(t.require("status"), "'status'", 1, 0xFFFFFFFFLL));
     t.finish();
     lib.faults.push_back(f);
 }
