@@ -7,6 +7,7 @@
 #include <string>
 
 #include "format.h"
+#include "controller_support.h"
 #include "harness.h"
 
 namespace {
@@ -241,6 +242,43 @@ TEST(BvtRun, AllGroupsTwiceWithAJUnitReportThatMatchesTheLog) {
     EXPECT_NE(count("string(//testsuite[@name=\"OOB run 1\"]/testcase[@name=\"TL_OOB_STATUS_POLL\"]/failure)")
                   .find("API PARAMETERS:"),
               std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+using ctrltest::TraceField;
+
+// The out-of-band menu on an out-of-band library: the tool's side of each
+// item (the simulator refuses the out-of-band commands themselves).
+TEST(OobMenu, ItemsSendTheirCommandsAndPrintTheirTexts) {
+    RunSpec spec;
+    spec.scenario = "oob";
+    spec.input = StartInput("14\n7\n\n8\n\n2\n\n6\n\n4\n\n" + Filler(2) + "0\n");
+    RunResult r = RunTool(spec);
+    EXPECT_TRUE(ContainsInOrder(r.out, {"...OOB MENU...", "SuspendOOB failed. rval = 0x8005\n",
+                                        "ResumeOOB failed. rval = 0x8005\n", "No Objects Registered\n",
+                                        "ProcessLibCommandCall Failed. rval = 0x",
+                                        "Which one to get(0-Current Parameters, 1-Default Parametes)(Default=0)--->",
+                                        "ProcessLibCommandCall Failed. rval = 0x"}))
+        << r.out;
+    auto suspend = TraceFor(r, 9, 3);
+    ASSERT_EQ(suspend.size(), 2u);
+    EXPECT_EQ(TraceField(suspend[0], "param").substr(0, 2), "01");
+    EXPECT_EQ(TraceField(suspend[1], "param").substr(0, 2), "00");
+    auto dcmds = TraceFor(r, 6, 3);
+    ASSERT_GE(dcmds.size(), 2u);
+    EXPECT_EQ(TraceField(dcmds[dcmds.size() - 2], "opcode"), "0x0B010000");
+    EXPECT_EQ(TraceField(dcmds.back(), "opcode"), "0x0B020000");
+    EXPECT_EQ(TraceField(dcmds.back(), "dlen"), "12");
+
+    // In band the menu does not open.
+    spec.scenario = "default";
+    spec.input = StartInput("14\n0\n");
+    r = RunTool(spec);
+    EXPECT_TRUE(ContainsInOrder(r.out, {"OOB Menu is Out Of Band management specific and is applicable only if "
+                                        "Tarsel is running in OOB mode.\n"}));
 }
 
 }  // namespace
