@@ -331,3 +331,16 @@ int InterpretTime(U32 time, char* buffer) {
     }
     return 0;
 }
+
+std::string StrFormat(const char* format, ...) {
+    va_list ap;
+    va_start(ap, format);
+    va_list copy;
+    va_copy(copy, ap);
+    const int n = vsnprintf(nullptr, 0, format, copy);
+    va_end(copy);
+    std::string out(n > 0 ? (size_t)n : 0, '\0');
+    if (n > 0) vsnprintf(out.data(), out.size() + 1, format, ap);
+    va_end(ap);
+    return out;
+}

@@ -55,16 +55,6 @@ std::string Escape(const std::string& text) {
     return out;
 }
 
-std::string Format(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string Format(const char* fmt, ...) {
-    char buf[256];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
-
 std::string SuiteXml(const Suite& s) {
     int failures = 0;
     double total = 0;
@@ -72,10 +62,10 @@ std::string SuiteXml(const Suite& s) {
         if (c.rval != 0) ++failures;
         total += c.seconds;
     }
-    std::string xml = Format("  <testsuite name=\"%s\" tests=\"%zu\" failures=\"%d\" errors=\"0\" time=\"%.6f\">\n",
+    std::string xml = StrFormat("  <testsuite name=\"%s\" tests=\"%zu\" failures=\"%d\" errors=\"0\" time=\"%.6f\">\n",
                              Escape(s.name).c_str(), s.cases.size(), failures, total);
     for (const Case& c : s.cases) {
-        xml += Format("    <testcase classname=\"%s\" name=\"%s\" time=\"%.6f\"", Escape(c.className).c_str(),
+        xml += StrFormat("    <testcase classname=\"%s\" name=\"%s\" time=\"%.6f\"", Escape(c.className).c_str(),
                       Escape(c.name).c_str(), c.seconds);
         const bool slow = c.wholeSeconds > 2.0;
         if (c.rval == 0 && !slow) {
@@ -84,10 +74,10 @@ std::string SuiteXml(const Suite& s) {
         }
         xml += ">\n";
         if (c.rval != 0)
-            xml += Format("      <failure type=\"0x%X\" message=\"Return Value: 0x%X\">", c.rval, c.rval) +
+            xml += StrFormat("      <failure type=\"0x%X\" message=\"Return Value: 0x%X\">", c.rval, c.rval) +
                    Escape(c.dump) + "</failure>\n";
         if (slow)
-            xml += Format("      <system-err>!!!!!WARNING!!!!!API runtime:%.2lf seconds (exceeded threshold of 2 "
+            xml += StrFormat("      <system-err>!!!!!WARNING!!!!!API runtime:%.2lf seconds (exceeded threshold of 2 "
                           "seconds)</system-err>\n",
                           c.wholeSeconds);
         xml += "    </testcase>\n";
@@ -121,7 +111,7 @@ void JUnitBeginRun(void) { ++gRun; }
 void JUnitBeginSuite(const char* group) {
     gSuite = Suite{};
     gSuite.open = ReportPath() != nullptr;
-    gSuite.name = gRun > 0 ? Format("%s run %d", group, gRun) : std::string(group);
+    gSuite.name = gRun > 0 ? StrFormat("%s run %d", group, gRun) : std::string(group);
 }
 
 void JUnitAddCase(const char* typeName, const char* api, U32 rval, double seconds, double wholeSeconds) {

@@ -116,18 +116,20 @@ void BVTAppendBoth(const char* logText, const char* errText) {
     }
 }
 
+// A group's banner of one phase ("STARTED", "FINISHED") in both logs.
+static void Banner(const char* name, const char* phase) {
+    const std::string banner = StrFormat("##########%s BVT : %s##########\n", name, phase);
+    BVTAppendBoth(banner.c_str(), banner.c_str());
+}
+
 void BVTBeginGroup(const char* name) {
-    char banner[64];
-    snprintf(banner, sizeof banner, "##########%s BVT : STARTED##########\n", name);
-    BVTAppendBoth(banner, banner);
+    Banner(name, "STARTED");
     gPrintEnable = 1;
     JUnitBeginSuite(name);
 }
 
 void BVTEndGroup(const char* name) {
-    char banner[64];
-    snprintf(banner, sizeof banner, "##########%s BVT : FINISHED##########\n", name);
-    BVTAppendBoth(banner, banner);
+    Banner(name, "FINISHED");
     gPrintEnable = 0;
     JUnitEndSuite();
 }

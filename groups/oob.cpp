@@ -54,16 +54,6 @@ void AppendFlagLines(std::string* out, U32 word, std::initializer_list<const cha
     }
 }
 
-std::string Format(const char* fmt, ...) TLT_PRINTF(1, 2);
-std::string Format(const char* fmt, ...) {
-    char buf[256];
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
-
 // A number answer with a default kept on Enter; BVT mode takes the default.
 int AskDefault(const char* prompt, int def) {
     int value = def;
@@ -127,8 +117,8 @@ std::string ObjectText(const _TL_OOB_OBJ_INFO_T& info) {
     char state[64];
     switch (info.objType) {
     case KV_OOB_OBJ_EVENT_LOG_INFO:
-        out += Format("newestEventSeqNum: %d\n", (int)r.eventLog.newestEventSeqNum);
-        out += Format("newestEventSeqNumOOB: %d\n", (int)r.eventLog.newestEventSeqNumOOB);
+        out += StrFormat("newestEventSeqNum: %d\n", (int)r.eventLog.newestEventSeqNum);
+        out += StrFormat("newestEventSeqNumOOB: %d\n", (int)r.eventLog.newestEventSeqNumOOB);
         break;
     case KV_OOB_OBJ_CTRL_STATUS: {
         KV_CTRL_INFO ci;
@@ -141,12 +131,12 @@ std::string ObjectText(const _TL_OOB_OBJ_INFO_T& info) {
         break;
     }
     case KV_OOB_OBJ_CTRL_TEMPERATURE:
-        out += Format("Ctrl temperature: %d C\n", r.ctrlTemp.ctrlTemperature);
-        out += Format("Ctrl ROC temperature: %d C\n", r.ctrlTemp.rocTemperature);
+        out += StrFormat("Ctrl temperature: %d C\n", r.ctrlTemp.ctrlTemperature);
+        out += StrFormat("Ctrl ROC temperature: %d C\n", r.ctrlTemp.rocTemperature);
         break;
     case KV_OOB_OBJ_BBU_STATUS:
-        out += Format("voltage: %d mV\n", r.bbu.voltage);
-        out += Format("current: %d\n", r.bbu.current);
+        out += StrFormat("voltage: %d mV\n", r.bbu.voltage);
+        out += StrFormat("current: %d\n", r.bbu.current);
         out += "fwStatus:\n";
         AppendFlagLines(&out, r.bbu.fwStatus,
                         {"Pack missing", "Voltage low", "Temperature high", "Charge active", "Discharge active",
@@ -156,39 +146,39 @@ std::string ObjectText(const _TL_OOB_OBJ_INFO_T& info) {
         break;
     case KV_OOB_OBJ_PD_TEMPERATURE: {
         const U32 n = r.pdTemp.count < TL_OOB_PD_TEMP_MAX ? r.pdTemp.count : TL_OOB_PD_TEMP_MAX;
-        out += Format("PD count: %d\n", r.pdTemp.count);
+        out += StrFormat("PD count: %d\n", r.pdTemp.count);
         for (U32 i = 0; i < n; ++i)
-            out += Format("deviceId:%d   temperature=%d\n", r.pdTemp.pd[i].deviceId, r.pdTemp.pd[i].temperature);
+            out += StrFormat("deviceId:%d   temperature=%d\n", r.pdTemp.pd[i].deviceId, r.pdTemp.pd[i].temperature);
         break;
     }
     case KV_OOB_OBJ_PD_INFO: {
         const U32 n = r.pdInfo.count < TL_OOB_PD_INFO_MAX ? r.pdInfo.count : TL_OOB_PD_INFO_MAX;
-        out += Format("PD count: %d\n", r.pdInfo.count);
+        out += StrFormat("PD count: %d\n", r.pdInfo.count);
         for (U32 i = 0; i < n; ++i) {
             const _TL_OOB_PD_ENTRY& pd = r.pdInfo.pd[i];
-            out += Format("\ndeviceId: %d\n", pd.deviceId);
+            out += StrFormat("\ndeviceId: %d\n", pd.deviceId);
             out += GetPDStateString(pd.fwState, state, sizeof state);
             out += "\n";
             out += PDPowerStateText(pd.powerState);
             out += "\n";
-            out += Format("predictive failure: %d\n", pd.predictiveFailure);
-            out += Format("Locate: %d\n", pd.locate);
+            out += StrFormat("predictive failure: %d\n", pd.predictiveFailure);
+            out += StrFormat("Locate: %d\n", pd.locate);
         }
         break;
     }
     case KV_OOB_OBJ_PD_REMOVED:
         for (size_t byte = 0; byte < sizeof r.removedBitmap; ++byte)
             for (int bit = 0; bit < 8; ++bit)
-                if (r.removedBitmap[byte] & (1u << bit)) out += Format("deviceId: %d\n", (int)(byte * 8 + bit));
+                if (r.removedBitmap[byte] & (1u << bit)) out += StrFormat("deviceId: %d\n", (int)(byte * 8 + bit));
         break;
     case KV_OOB_OBJ_LD_INFO: {
         const U32 n = r.ldInfo.count < TL_OOB_LD_INFO_MAX ? r.ldInfo.count : TL_OOB_LD_INFO_MAX;
-        out += Format("Ld count: %d\n", r.ldInfo.count);
+        out += StrFormat("Ld count: %d\n", r.ldInfo.count);
         for (U32 i = 0; i < n; ++i) {
             const _TL_OOB_LD_ENTRY& ld = r.ldInfo.ld[i];
-            out += Format("\ntargetId: %d\n", ld.targetId);
+            out += StrFormat("\ntargetId: %d\n", ld.targetId);
             const char* ldState = LDStateText(ld.state);
-            out += ldState != nullptr ? ldState : Format("Undefined; val = 0x%X", ld.state);
+            out += ldState != nullptr ? ldState : StrFormat("Undefined; val = 0x%X", ld.state);
             out += "\n";
             out += std::string("Current Read Policy: ") + ReadCachePolicyText(ld.currentCachePolicy) + "\n";
             out += std::string("Current Write Policy: ") + WriteCachePolicyText(ld.currentCachePolicy) + "\n";
@@ -397,8 +387,8 @@ void ObjInfoCallBack(_TL_OBJ_DETAIL_T* detail) {
         HexDump(mem, reinterpret_cast<const U8*>(&detail->objInfo), length);
         fclose(mem);
     }
-    std::string text = Format("Controller ID : %ld\n", (long)(detail->ctrlId & 0xFFFFFF));
-    text += Format("Registration ID : %ld\n", (long)detail->registrationId);
+    std::string text = StrFormat("Controller ID : %ld\n", (long)(detail->ctrlId & 0xFFFFFF));
+    text += StrFormat("Registration ID : %ld\n", (long)detail->registrationId);
     if (dump != nullptr) text.append(dump, dumpSize);
     free(dump);
     text += ObjectText(detail->objInfo);

@@ -147,6 +147,8 @@ void ReadSecret(char* buffer, bool oneWord);
 void WipeSecret(void* p, size_t n);
 /* Read one character (getchar); end of input: ExitApp. */
 int ReadChar(void);
+/* printf into a string (texts built whole before one write). */
+std::string StrFormat(const char* format, ...) TLT_PRINTF(1, 2);
 /* Flush standard output before a read so prompts show through a pipe. */
 void FlushPrompt(void);
 
