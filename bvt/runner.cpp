@@ -5,12 +5,15 @@
 #include <time.h>
 
 #include "bvt_groups.h"
+#include "array.h"
 #include "bbu.h"
 #include "builder.h"
 #include "config.h"
 #include "controller.h"
 #include "ctrl_ops.h"
 #include "enclosure.h"
+#include "event_group.h"
+#include "foreign.h"
 #include "ld.h"
 #include "ld_ops.h"
 #include "oob.h"
@@ -165,7 +168,7 @@ void BVTSetParams(void) {
     while (fgets(line, sizeof line, f) != nullptr) {
         int v = BVTReadParam(line, "CTRL_ID");
         if (v >= 0) {
-            gSelController = v;
+            SetSelectedIndex(v);
             printf("Controller ID: %d\n", v);
         }
         v = BVTReadParam(line, "RAID_LEVEL");
@@ -234,9 +237,11 @@ void BVTSetGlobals(void) {
 void TestSystemGroup(void) {
     Group("SYSTEM", {
                         {Op<InitializeLibrary>},
+                        {Op<RegisterForAEN>},
                         {Op<GetCtrlList>},
                         {[] { GetLibraryVersion(SelectedFamily() < 0 ? 0 : SelectedFamily()); }},
                         {Op<GetSystemHealth>},
+                        {Op<UnregisterForAEN>},
                     });
 }
 
@@ -336,6 +341,9 @@ void TestConfigGroup(void) {
     Group("CONFIG", {
                         {Op<AddConfig>},
                         {Op<ReadConfig>},
+                        {Op<GetArrayInfo>},
+                        {Op<GetConfigAllowedOperation>},
+                        {Op<ScanForeignConfig>},
                         {Op<ClearConfig>},
                     });
 }
@@ -368,7 +376,11 @@ void TestPassthruGroup(void) {
 }
 
 void TestEventGroup(void) {
-    Group("EVENT", {});
+    Group("EVENT", {
+                       {Op<GetEventSequenceInfo>},
+                       {Op<GetEventDetails>},
+                       {Op<ClearEvents>},
+                   });
 }
 
 void TestEnclGroup(void) {
@@ -413,7 +425,7 @@ void TestAllGroups(void) {
 void BVTTestAPI(void) {
     const time_t start = time(nullptr);
     JUnitBeginRun();
-    gSelController = 0;
+    SetSelectedIndex(0);
     BVTSetGlobals();
     BVTSetParams();
     if (BVTValidateParams() != 0) {

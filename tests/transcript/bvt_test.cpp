@@ -174,6 +174,36 @@ TEST(BvtGroups, LdAndControllerGroupsInOrder) {
         << r.file("BVTlog.txt");
 }
 
+TEST(BvtGroups, SystemConfigAndEventGroupsInOrder) {
+    struct Case {
+        const char* group;
+        std::vector<std::string> order;
+    };
+    const Case cases[] = {
+        {"2",
+         {"##########SYSTEM BVT : STARTED##########\n", Api("TL_INIT_LIB"), Api("TL_REGISTER_AEN"),
+          Api("TL_GET_CTRL_LIST"), Api("TL_GET_LIB_VER"), Api("TL_GET_SYSTEM_HEALTH"),
+          "Unregistering Registration ID: ", "##########SYSTEM BVT : FINISHED##########\n"}},
+        {"6",
+         {"##########CONFIG BVT : STARTED##########\n", Api("TL_ADD_CONFIG"), Api("TL_READ_CONFIG"),
+          Api("TL_GET_ARRAY_INFO"), Api("TL_GET_CONFIG_ALLOWED_OPERATION"), Api("TL_SCAN_FOR_FOREIGN_CONFIG"),
+          Api("TL_CLEAR_CONFIG"), "##########CONFIG BVT : FINISHED##########\n"}},
+        {"9",
+         {"##########EVENT BVT : STARTED##########\n", Api("TL_GET_EVENT_SEQUENCE_INFO"),
+          Api("TL_GET_EVENT_DETAILS"), Api("TL_CLEAR_EVENTS"), "##########EVENT BVT : FINISHED##########\n"}},
+    };
+    for (const Case& c : cases) {
+        RunResult r = RunTool(Bvt(c.group));
+        const std::string log = r.file("BVTlog.txt");
+        // The unregistration addresses its variant directly and is not logged; its line is printed.
+        std::vector<std::string> inLog, printed;
+        for (const std::string& s : c.order) (s.rfind("Unregistering", 0) == 0 ? printed : inLog).push_back(s);
+        EXPECT_TRUE(ContainsInOrder(log, inLog)) << c.group << log;
+        EXPECT_TRUE(ContainsInOrder(r.out, printed)) << c.group;
+        EXPECT_EQ(CountOf(log, "!!!!!FAILED!!!!!"), 0) << c.group << log;
+    }
+}
+
 TEST(BvtLogs, PassedFailedAndSlowCalls) {
     RunSpec spec = Bvt("2");
     spec.scenarioText = DefaultWith(
