@@ -12,6 +12,7 @@
 #include "controller.h"
 #include "event_group.h"
 #include "ld.h"
+#include "operation.h"
 #include "pd.h"
 
 namespace {
@@ -65,21 +66,6 @@ void ObjFileName(U32 registrationId, char* name, size_t size) {
     char number[4];
     snprintf(number, sizeof number, "%u", registrationId);
     snprintf(name, size, "tlObjID%s.txt", number);
-}
-
-U32 OobDcmd(U32 opCode, U8 flags, const void* mbox, size_t mboxSize, void* data, U32 dataSize) {
-    _TL_DCMD_INPUT_T in;
-    memset(&in, 0, sizeof in);
-    in.opCode = opCode;
-    in.flags = flags;
-    in.dataTransferLength = dataSize;
-    in.pData = data;
-    if (mbox != nullptr) memcpy(in.mbox.b, mbox, mboxSize < sizeof in.mbox.b ? mboxSize : sizeof in.mbox.b);
-    _TL_LIB_CMD_PARAM_T blk;
-    InitCmdBlock(&blk, TL_PASSTHRU_CMD_TYPE, TL_DCMD_PASSTHRU);
-    blk.dataSize = sizeof in;
-    blk.pData = &in;
-    return ProcessLibCommandCall(&blk);
 }
 
 U32 SuspendResume(U8 suspend, const char* name) {
@@ -492,10 +478,9 @@ void PrintOobPollParameters(const _KV_OOB_PARAMS* params) {
 U32 GetOOBParametersForPoll(void) {
     const int which =
         AskDefault("Which one to get(0-Current Parameters, 1-Default Parametes)(Default=0)--->", 0);
-    U8 mbox[2] = {0, (U8)which};
+    U8 mbox[12] = {0, (U8)which};
     _KV_OOB_PARAMS params;
-    memset(&params, 0, sizeof params);
-    const U32 rval = OobDcmd(KV_DCMD_OOB_PARAMS_GET, TL_DCMD_DIR_FROM_CTRL, mbox, sizeof mbox, &params, sizeof params);
+    const U32 rval = IssueDcmd(KV_DCMD_OOB_PARAMS_GET, TL_DCMD_DIR_FROM_CTRL, mbox, &params, sizeof params);
     if (rval != 0) {
         printf("ProcessLibCommandCall Failed. rval = 0x%x\n", rval);
         return rval;
@@ -557,7 +542,8 @@ U32 SetOOBParametersForPoll(void) {
     params.maxPollRespPackets =
         (U8)AskDefault("Enter max poll response packets(Max=96, 0=send all packets)(Default=0)--->", 0);
 
-    const U32 rval = OobDcmd(KV_DCMD_OOB_PARAMS_SET, 0, &params, sizeof params, nullptr, 0);
+    static_assert(sizeof params == 12, "the parameters travel in the mailbox");
+    const U32 rval = IssueDcmd(KV_DCMD_OOB_PARAMS_SET, 0, reinterpret_cast<const U8*>(&params), nullptr, 0);
     if (rval != 0)
         printf("ProcessLibCommandCall Failed. rval = 0x%x\n", rval);
     else
@@ -569,7 +555,7 @@ U32 SetOOBParametersForPoll(void) {
 
 U32 GetOOBStatus(void) {
     U32 word = 0;
-    const U32 rval = OobDcmd(KV_DCMD_OOB_STATUS_GET, TL_DCMD_DIR_FROM_CTRL, nullptr, 0, &word, sizeof word);
+    const U32 rval = IssueDcmd(KV_DCMD_OOB_STATUS_GET, TL_DCMD_DIR_FROM_CTRL, nullptr, &word, sizeof word);
     if (rval == TL_STATUS_OOB_SUSPENDED) {
         puts("OOB in Suspended state");
         return rval;
