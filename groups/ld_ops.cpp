@@ -249,7 +249,20 @@ int StartReconstruction(void) {
     _KV_RECON_PARAMS params;
     memset(&params, 0, sizeof params);
     params.newPRL = prm.PRL;
-    if (!gBVTMode) {
+    if (gBVTMode) {
+        // Unattended: a mirror migrates to a stripe over the same drives;
+        // any other level keeps itself and grows by the first unconfigured
+        // drive, so that the reconstruction always changes something.
+        if (prm.PRL == 1) {
+            params.newPRL = 0;
+        } else if (gNumUnconfPds > 0) {
+            U16 seq = 0;
+            if (int status = GetPDSequenceNumber(gUnconfPdList[0], &seq)) return status;
+            params.addPd[0].deviceId = gUnconfPdList[0];
+            params.addPd[0].seqNum = seq;
+            params.addCount = 1;
+        }
+    } else {
         printf("Current RAID level : %d, drives per span : %d, spans : %d\n", prm.PRL, prm.numDrives, prm.spanDepth);
         char prompt[64];
         snprintf(prompt, sizeof prompt, "Enter new RAID level (current = %d)--->", prm.PRL);

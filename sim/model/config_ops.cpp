@@ -393,8 +393,12 @@ U32 ClearConfiguration(Library& lib, Controller& c) {
 U32 DeleteLogicalDrive(Library& lib, Controller& c, U8 targetId) {
     LogicalDrive* ld = c.findLD(targetId);
     if (ld == nullptr) return KFI_STAT_DEVICE_NOT_FOUND;
-    if (ld->recon.active) return KFI_STAT_LD_RECON_IN_PROGRESS;
+    // A running reconstruction ends with its logical drive: the data it
+    // restripes goes with the deletion, and the drives it added are members
+    // of the array that is released below.
     EndLdProgress(lib, c, *ld);
+    ld->recon = Progress{};
+    ld->reconPlan = LogicalDrive::Reconstruction{};
     const std::vector<U16> arrays = ld->arrays;
     const bool cacheGroup = ld->isSSCD;
     LogLdEvent(lib, c, *ld, kEvtLdDeleted, kEvtClassInfo, "Deleted VD " + std::to_string(targetId));

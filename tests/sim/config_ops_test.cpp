@@ -202,6 +202,18 @@ TEST(SimConfig, DeleteAndClearReleaseTheirDrives) {
     ASSERT_EQ(c.LdCmd(TL_START_RECONSTRUCTION, 0, &grow, sizeof grow), 0u) << "RAID 1 to RAID 0 doubles the size";
     EXPECT_EQ(c.Call(TL_CONFIG_CMD_TYPE, TL_CLEAR_CONFIG, nullptr, 0), (U32)KFI_STAT_LD_RECON_IN_PROGRESS);
     EXPECT_EQ(c.Ld(0).ldConfig.params.isMorphing, 1);
+    // Deleting the logical drive under reconstruction stops it and releases
+    // its drives; the clear is then taken.
+    std::vector<U16> members;
+    {
+        _TL_PD_IN_LD_T in{};
+        ASSERT_EQ(c.LdCmd(TL_GET_PD_IN_LD, 0, &in, sizeof in), 0u);
+        for (U32 i = 0; i < in.count; ++i) members.push_back(in.pdRef[i].deviceId);
+    }
+    ASSERT_FALSE(members.empty());
+    ASSERT_EQ(c.LdCmd(TL_DELETE_LD, 0), 0u);
+    for (U16 id : members) EXPECT_EQ(c.Pd(id).fwState, KV_PD_STATE_UNCONFIGURED_GOOD) << id;
+    EXPECT_EQ(c.Call(TL_CONFIG_CMD_TYPE, TL_CLEAR_CONFIG, nullptr, 0), 0u);
 }
 
 TEST(SimConfig, ClearEmptiesTheConfiguration) {
