@@ -92,8 +92,15 @@ void BeginLearn(Library& lib, Controller& c, Bbu& b, double at) {
     if (Full(b)) StartDischarge(lib, c, b);
 }
 
-// The transition the unit reaches at the end of a segment.
-void Transition(Library& lib, Controller& c, Bbu& b, double at) {
+void EnterSleep(Library& lib, Controller& c, Bbu& b) {
+    b.sleeping = true;
+    b.sleepRequested = false;
+    b.charging = false;
+    LogBbuEvent(lib, c, kEvtBbuSleep, kEvtClassInfo, "Battery entered sleep mode");
+}
+
+// The change of phase the unit reaches at the end of a segment.
+void Step(Library& lib, Controller& c, Bbu& b, double at) {
     switch (b.learn) {
     case LearnPhase::Requested: StartDischarge(lib, c, b); return;
     case LearnPhase::Discharge:
@@ -134,6 +141,14 @@ void Transition(Library& lib, Controller& c, Bbu& b, double at) {
         }
         return;
     }
+}
+
+// The end of a segment: the next phase, and a sleep asked for during a
+// learn cycle once that cycle is over.
+void Transition(Library& lib, Controller& c, Bbu& b, double at) {
+    const bool learning = b.learn != LearnPhase::None;
+    Step(lib, c, b, at);
+    if (learning && b.learn == LearnPhase::None && b.sleepRequested) EnterSleep(lib, c, b);
 }
 
 // Seconds from now until the present segment ends (charge full, learn floor,
@@ -344,8 +359,11 @@ KV_BBU_PROPERTIES BuildBbuProperties(const Library& lib, Bbu& b) {
 U32 RequestLearn(Library& lib, Controller& c) {
     Bbu& b = c.bbu;
     if (!b.present()) return KFI_STAT_NO_HW_PRESENT;
-    if (b.sleeping || b.learn != LearnPhase::None) return KFI_STAT_WRONG_STATE;
+    // A request while a cycle is requested or running joins that cycle.
+    if (b.learn != LearnPhase::None) return KFI_STAT_OK;
     FixNextLearn(lib, b);
+    // A sleeping pack is woken by the charger the learn cycle needs.
+    b.sleeping = false;
     BeginLearn(lib, c, b, VirtualSecondsNow(lib));
     return KFI_STAT_OK;
 }
@@ -379,10 +397,12 @@ U32 PutBbuToSleep(Library& lib, Controller& c) {
     if (!b.present()) return KFI_STAT_NO_HW_PRESENT;
     // A capacitor pack has no sleep (ship) mode.
     if (b.capacitorPack()) return KFI_STAT_HW_UNSUPPORTED;
-    if (b.sleeping || b.learn != LearnPhase::None) return KFI_STAT_WRONG_STATE;
-    b.sleeping = true;
-    b.charging = false;
-    LogBbuEvent(lib, c, kEvtBbuSleep, kEvtClassInfo, "Battery entered sleep mode");
+    if (b.sleeping) return KFI_STAT_WRONG_STATE;
+    // During a learn cycle the pack goes to sleep when the cycle ends.
+    if (b.learn != LearnPhase::None)
+        b.sleepRequested = true;
+    else
+        EnterSleep(lib, c, b);
     return KFI_STAT_OK;
 }
 

@@ -34,6 +34,7 @@ struct Bbu {
     bool replacePack = false;
     bool i2cErrors = false;
     bool sleeping = false;
+    bool sleepRequested = false;  // asked for during a learn: taken when the cycle ends
 
     // Gas gauge, in capacity units (mAh; Joules for capacitor packs).
     double charge = 0;

@@ -54,8 +54,11 @@ TEST(SimBbu, RequestWaitsForAFullChargeAndModesGateTheAutoLearn) {
     EXPECT_EQ(s.fwStatus.learnCycleRequested, 1u);
     EXPECT_EQ(s.fwStatus.chargeActive, 1u);
     EXPECT_EQ(s.fwStatus.learnCycleActive, 0u);
-    EXPECT_EQ(half.Plain(TL_BBU_CMD_TYPE, TL_BBU_LEARN), static_cast<U32>(KFI_STAT_WRONG_STATE));
-    EXPECT_EQ(half.Plain(TL_BBU_CMD_TYPE, TL_BBU_SLEEP), static_cast<U32>(KFI_STAT_WRONG_STATE));
+    // A second request joins the cycle; a sleep waits for its end.
+    EXPECT_EQ(half.Plain(TL_BBU_CMD_TYPE, TL_BBU_LEARN), 0u);
+    EXPECT_EQ(half.Plain(TL_BBU_CMD_TYPE, TL_BBU_SLEEP), 0u);
+    ASSERT_EQ(half.Get(TL_BBU_CMD_TYPE, TL_GET_BBU_STATUS, &s), 0u);
+    EXPECT_EQ(s.fwStatus.learnCycleRequested | s.fwStatus.learnCycleActive, 1u) << "still learning";
 
     Started warn("learn_warn", Scenario(1000, kAutoLearn + "auto_learn_mode = \"warn\"\n"));
     ASSERT_EQ(warn.Get(TL_BBU_CMD_TYPE, TL_GET_BBU_STATUS, &s), 0u);
@@ -65,6 +68,27 @@ TEST(SimBbu, RequestWaitsForAFullChargeAndModesGateTheAutoLearn) {
     Started off("learn_off", Scenario(1000, kAutoLearn + "auto_learn_mode = \"disabled\"\n"));
     ASSERT_EQ(off.Get(TL_BBU_CMD_TYPE, TL_GET_BBU_STATUS, &s), 0u);
     EXPECT_EQ(s.fwStatus.w & 0x1060u, 0u);  // requested, active, periodic learn required
+}
+
+TEST(SimBbu, SleepAskedDuringALearnWaitsForItsEndAndALearnWakesThePack) {
+    Started u("learn_sleep", Scenario(3600, "[korvane.controllers.bbu]\ntype = \"bbu\"\n"));
+    ASSERT_EQ(u.status, 0u) << u.lib.error();
+    ASSERT_EQ(u.Plain(TL_BBU_CMD_TYPE, TL_BBU_LEARN), 0u);
+    ASSERT_EQ(u.Plain(TL_BBU_CMD_TYPE, TL_BBU_SLEEP), 0u);
+    KV_BBU_STATUS s{};
+    auto learning = [&] { return s.fwStatus.learnCycleRequested | s.fwStatus.learnCycleActive; };
+    int hours = 0;
+    for (; hours < 48; ++hours) {
+        ASSERT_EQ(u.Get(TL_BBU_CMD_TYPE, TL_GET_BBU_STATUS, &s), 0u);
+        if (!learning()) break;
+    }
+    ASSERT_GT(hours, 0) << "the cycle ran first";
+    ASSERT_LT(hours, 48) << "the cycle ended";
+    EXPECT_EQ(s.fwStatus.chargeActive, 0u) << "asleep after the cycle";
+    EXPECT_EQ(u.Plain(TL_BBU_CMD_TYPE, TL_BBU_SLEEP), static_cast<U32>(KFI_STAT_WRONG_STATE)) << "already asleep";
+    ASSERT_EQ(u.Plain(TL_BBU_CMD_TYPE, TL_BBU_LEARN), 0u);
+    ASSERT_EQ(u.Get(TL_BBU_CMD_TYPE, TL_GET_BBU_STATUS, &s), 0u);
+    EXPECT_EQ(learning(), 1u) << "the learn woke the pack";
 }
 
 // Enclosure 8: two slots (a drive in slot 1), two fans of which one failed,

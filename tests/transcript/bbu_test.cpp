@@ -88,11 +88,11 @@ TEST(BbuLearn, DefaultPresetLearnCycleRunsToCompletion) {
     EXPECT_EQ(TraceField(FirstTrace(r, 5, 3), "size"), "0");
 }
 
-TEST(BbuLearn, FailedLearnAsksForANewPackAndASecondRequestIsRefused) {
+TEST(BbuLearn, FailedLearnAsksForANewPackAndASecondRequestJoinsTheFirst) {
     RunResult r = RunBbu({"3\n", "3\n", "1\n", "1\n"}, BbuScenario(kPlainBbu + "learn_result = \"fail\"\n", 3600));
     std::string out = Unpaged(r.out);
     EXPECT_TRUE(ContainsInOrder(out, {
-        "LearnBBU : ProcessLibCommandCall Successful\n", Failure("LearnBBU", 0x32),
+        "LearnBBU : ProcessLibCommandCall Successful\n", "LearnBBU : ProcessLibCommandCall Successful\n",
         // Replace-pack is among the BBU's non-operational bits.
         F("\t%-30s ", "BBU Battery Type: ") + "BBU" + F("\n\t%-25s\n", "Battery FW Status is Non-Operational") +
             F("\n\t%-30s", "BBU Voltage"),
@@ -215,7 +215,8 @@ TEST(BbuSleep, SleepThenRefusalsAndFailureTexts) {
     RunResult r = RunBbu({"7\n", "7\n", "3\n", "1\n", "4\n"}, BbuScenario(kPlainBbu, 0, Fault(5, 0, 0x800A)));
     EXPECT_TRUE(ContainsInOrder(r.out, {
         "\nBBUSleep : BBU Sleep command completed successfully.\n", Failure("BBUSleep", 0x32),
-        Failure("LearnBBU", 0x32), "Please enter choice :Invalid controller\n",
+        // A learn request wakes the pack.
+        "LearnBBU : ProcessLibCommandCall Successful\n", "Please enter choice :Invalid controller\n",
         "Please enter choice :Invalid controller\n",
     }));
     r = RunBbu({"7\n"}, BbuScenario(kPlainBbu, 0, Fault(5, 6, 0x800A)));
