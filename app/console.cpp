@@ -167,14 +167,33 @@ int ReadIntLine(int* value) {
     return 1;
 }
 
-void ReadWordLine(char* out, size_t size) {
-    FlushPrompt();
-    int c = SkipSpace();
+namespace {
+
+// The word that starts with `c` into `out` (at most size-1 characters
+// kept), then the rest of the line discarded.
+void TakeWord(int c, char* out, size_t size) {
     size_t n = 0;
     for (; c != EOF && !isspace(c); c = getchar())
         if (n + 1 < size) out[n++] = static_cast<char>(c);
     if (size > 0) out[n] = '\0';
     DiscardLine(c);
+}
+
+}  // namespace
+
+void ReadWordLine(char* out, size_t size) {
+    FlushPrompt();
+    TakeWord(SkipSpace(), out, size);
+}
+
+int ReadWordOrEnd(char* out, size_t size) {
+    FlushPrompt();
+    int c;
+    do c = getchar();
+    while (c != EOF && isspace(c));
+    if (c == EOF) return 0;
+    TakeWord(c, out, size);
+    return 1;
 }
 
 void WipeSecret(void* p, size_t n) { explicit_bzero(p, n); }

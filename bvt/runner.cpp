@@ -79,20 +79,6 @@ void CalendarText(time_t when, char* text, size_t size) {
     snprintf(text, size, "%s", buf);
 }
 
-// Reads one answer word for a prompt of the unattended run. End of input
-// keeps the current value: a run started without a terminal must not stop.
-void ReadBVTWord(char* out, size_t size) {
-    FlushPrompt();
-    char line[512];
-    while (fgets(line, sizeof line, stdin) != nullptr) {
-        char word[256];
-        if (sscanf(line, "%255s", word) == 1) {
-            snprintf(out, size, "%s", word);
-            return;
-        }
-    }
-}
-
 int MinDrives() { return IsKorvane() ? 5 : 3; }
 int MinDisks() { return IsKorvane() ? 1 : 2; }
 
@@ -248,7 +234,7 @@ void TestSystemGroup(void) {
 void TestCtrlGroup(void) {
     if (!KorvaneListOutOfBand()) {
         printf("Enter firmware file");
-        ReadBVTWord(gFwFile, sizeof gFwFile);
+        ReadWordOrEnd(gFwFile, sizeof gFwFile);
     }
     AddConfig();
     Group("CONTROLLER", {

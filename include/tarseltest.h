@@ -131,6 +131,10 @@ int ReadIntLine(int* value);
    are kept, and the rest of the word and of the line are discarded. End of
    input before a word: ExitApp. */
 void ReadWordLine(char* out, size_t size);
+/* ReadWordLine for the one unattended prompt that must not end the
+   program: at end of input before a word it returns 0 and leaves `out` as
+   it was; otherwise 1. */
+int ReadWordOrEnd(char* out, size_t size);
 /* Read one whole line (without its line end), however long; end of input
    before anything was typed: ExitApp. */
 std::string ReadLine(void);

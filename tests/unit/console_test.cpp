@@ -245,6 +245,18 @@ TEST(FlushInput, DiscardsOneLine) {
     EXPECT_EQ("next\n", RestOfInput());
 }
 
+TEST(ReadWord, OneWordPerLineAndTheUnattendedFormKeepsTheValueAtTheEnd) {
+    StdinFrom in("\n  fw.img extra words\nabcdefgh\n");
+    char word[6] = "old";
+    ReadWordLine(word, sizeof word);
+    EXPECT_STREQ("fw.im", word);  // cut to the buffer, the rest of the line gone
+    EXPECT_EQ(1, ReadWordOrEnd(word, sizeof word));
+    EXPECT_STREQ("abcde", word);
+    strcpy(word, "keep");
+    EXPECT_EQ(0, ReadWordOrEnd(word, sizeof word));
+    EXPECT_STREQ("keep", word);
+}
+
 // ---- end of input ends the program with status 0 ----
 
 TEST(EndOfInputDeathTest, EveryReaderEndsTheProgram) {
@@ -256,7 +268,8 @@ TEST(EndOfInputDeathTest, EveryReaderEndsTheProgram) {
         std::function<void()> read;
     };
     for (const Case& c : {Case{"", [&] { ReadIntLine(&v); }}, Case{"no line end", [] { flush_input(); }},
-                          Case{"", [&] { CheckENTER(line); }}, Case{"", [] { ReadChar(); }}}) {
+                          Case{"", [&] { CheckENTER(line); }}, Case{"", [] { ReadChar(); }},
+                          Case{" \n", [&] { ReadWordLine(line, sizeof line); }}}) {
         StdinFrom in(c.input);
         EXPECT_EXIT(c.read(), testing::ExitedWithCode(0), "");
     }
