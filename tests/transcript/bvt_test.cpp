@@ -151,6 +151,12 @@ TEST(BvtGroups, PdGroupCallsInOrderWithLoggingOnlyBetweenItsBanners) {
 
 TEST(BvtGroups, LdAndControllerGroupsInOrder) {
     RunResult r = RunTool(Bvt("5"));
+    // The RAID 1 of the run migrates to RAID 0 on its two drives, and the
+    // deletion that follows is taken while the reconstruction runs.
+    auto recon = TraceFor(r, 3, 12);
+    ASSERT_EQ(recon.size(), 1u);
+    EXPECT_EQ(ctrltest::TraceField(recon[0], "data").substr(0, 4), "0000") << "level 0, no drive added";
+    EXPECT_EQ(CountOf(r.file("BVTlog.txt"), "!!!!!FAILED!!!!!"), 0) << r.file("BVTlog.txt");
     EXPECT_TRUE(ContainsInOrder(
         r.file("BVTlog.txt"),
         {"##########LD BVT : STARTED##########\n", Api("TL_START_INITIALIZATION"), Api("TL_CANCEL_INITIALIZATION"),
@@ -266,6 +272,9 @@ TEST(BvtRun, AllGroupsTwiceWithAJUnitReportThatMatchesTheLog) {
     EXPECT_EQ(count("count(/testsuites/testsuite)"), "20");
     EXPECT_EQ(count("count(//testcase)"), std::to_string(CountOf(log, "API called: ")));
     EXPECT_EQ(count("count(//testcase/failure)"), std::to_string(CountOf(log, "Status: !!!!!FAILED!!!!!")));
+    // Every call the in-band controller supports passes in both runs (the
+    // reconstruction, the battery's learn and sleep included).
+    EXPECT_EQ(count("count(//testsuite[not(starts-with(@name, \"OOB\"))]/testcase/failure)"), "0") << log;
     EXPECT_EQ(count("string(/testsuites/testsuite[1]/@name)"), "PD run 1");
     EXPECT_EQ(count("string(/testsuites/testsuite[20]/@name)"), "OOB run 2");
     // The in-band controller refuses the out-of-band poll; its dump travels with it.
