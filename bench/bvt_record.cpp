@@ -23,10 +23,10 @@
 #include "tarsel_oob.h"
 
 #ifndef RECORD_ENTRY
-#error RECORD_ENTRY (the entry point's name) must be defined
+#error "RECORD_ENTRY (the name of the entry point) must be defined"
 #endif
 #ifndef RECORD_FILE
-#error RECORD_FILE (the variant's file name) must be defined
+#error "RECORD_FILE (the file name of the variant) must be defined"
 #endif
 
 namespace {
