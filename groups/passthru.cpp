@@ -313,7 +313,11 @@ void PrintAtaStatus(const U8* response) {
 }  // namespace
 
 int SCSIPassthru(void) {
-    const U16 deviceId = gBVTMode ? gConfPdID : (U16)AskNumber("Enter Device ID--->");
+    // Unattended, the group's configuration summary has just listed the
+    // unconfigured drives: the first of them is a drive that exists even
+    // when no group built a configuration before.
+    const U16 bvtDevice = gNumUnconfPds > 0 ? gUnconfPdList[0] : gConfPdID;
+    const U16 deviceId = gBVTMode ? bvtDevice : (U16)AskNumber("Enter Device ID--->");
     ScsiCommand c;
     c.choice = gBVTMode ? 1 : AskScsiChoice();
     BuildScsiCommand(&c);

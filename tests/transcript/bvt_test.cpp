@@ -180,7 +180,7 @@ TEST(BvtGroups, LdAndControllerGroupsInOrder) {
         << r.file("BVTlog.txt");
 }
 
-TEST(BvtGroups, SystemConfigAndEventGroupsInOrder) {
+TEST(BvtGroups, SystemConfigEventBbuPassthruAndEnclosureGroupsInOrder) {
     struct Case {
         const char* group;
         std::vector<std::string> order;
@@ -197,6 +197,16 @@ TEST(BvtGroups, SystemConfigAndEventGroupsInOrder) {
         {"9",
          {"##########EVENT BVT : STARTED##########\n", Api("TL_GET_EVENT_SEQUENCE_INFO"),
           Api("TL_GET_EVENT_DETAILS"), Api("TL_CLEAR_EVENTS"), "##########EVENT BVT : FINISHED##########\n"}},
+        {"7",
+         {"##########BBU BVT : STARTED##########\n", Api("TL_GET_BBU_STATUS"), Api("TL_GET_BBU_CAPACITY_INFO"),
+          Api("TL_BBU_LEARN"), Api("TL_GET_BBU_DESIGN_INFO"), Api("TL_GET_BBU_PROPERTIES"),
+          Api("TL_SET_BBU_PROPERTIES"), Api("TL_BBU_SLEEP"), "##########BBU BVT : FINISHED##########\n"}},
+        {"8",
+         {"##########PASSTHRU BVT : STARTED##########\n", Api("TL_SCSI_PASSTHRU"), Api("TL_STP_PASSTHRU"),
+          Api("TL_SMP_PASSTHRU"), Api("TL_DCMD_PASSTHRU"), "##########PASSTHRU BVT : FINISHED##########\n"}},
+        {"10",
+         {"##########ENCLOSURE BVT : STARTED##########\n", Api("TL_GET_ENCL_CONFIG"), Api("TL_GET_ENCL_STATUS"),
+          Api("TL_SET_ENCL_ELEMENT"), Api("TL_LOCATE_ENCL"), "##########ENCLOSURE BVT : FINISHED##########\n"}},
     };
     for (const Case& c : cases) {
         RunResult r = RunTool(Bvt(c.group));
