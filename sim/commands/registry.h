@@ -56,6 +56,12 @@ void RegisterCtrlMiscCommands();
 void RegisterForeignCommands();
 void RegisterSecurityCommands();
 void RegisterEventCommands();
+void RegisterOobCommands();
+
+// Out of band: turns the model changes of the command just run into object
+// changes for the registered callbacks and the next poll (commands/oob.cpp).
+// Called by the dispatcher after every command, the library's lock held.
+void WatchObjects(Library& lib);
 
 } // namespace tarselsim
 

@@ -30,16 +30,37 @@ void CopyField(char* dst, size_t size, const std::string& src) {
     memcpy(dst, src.data(), std::min(size, src.size()));
 }
 
+U32 Rediscover(Library& lib, _TL_CTRL_LIST_T& list) {
+    const std::pair<U8, U8> address(list.oob_cl[0].channel, list.oob_cl[0].deviceAddress);
+    const bool answers = std::any_of(lib.controllers.begin(), lib.controllers.end(), [&](const Controller& c) {
+        return c.oobChannel == address.first && c.oobDevice == address.second;
+    });
+    if (!answers) return KFI_STAT_DEVICE_NOT_FOUND;
+    if (std::find(lib.oobAddresses.begin(), lib.oobAddresses.end(), address) == lib.oobAddresses.end())
+        lib.oobAddresses.push_back(address);
+    FillCtrlList(lib, list);
+    return TL_STATUS_OK;
+}
+
 U32 InitLib(CmdContext& ctx) {
     if (U32 rc = CheckData(ctx.blk, sizeof(_TL_CTRL_LIST_T))) return rc;
     Library& lib = ctx.lib;
     auto* list = static_cast<_TL_CTRL_LIST_T*>(ctx.blk->pData);
 
-    // The caller passes the out-of-band addresses to probe in the list.
-    lib.oobAddresses.clear();
+    // A rediscovery (entry 0 marked) adds one address to those already
+    // known and needs a controller there; otherwise the caller passes the
+    // out-of-band addresses to probe. A library already running keeps the
+    // controllers it found (a caller that initialises again passes the
+    // list it was given back, whose entries are controller words by then).
+    if (lib.initialized && lib.flags == TL_CTRL_LIST_OOB_MODE && list->count >= 1 && list->oob_cl[0].reDiscover)
+        return Rediscover(lib, *list);
+    if (!lib.initialized) lib.oobAddresses.clear();
     size_t n = std::min<size_t>(list->count, TL_MAX_CTRLS);
-    for (size_t i = 0; i < n; ++i)
-        lib.oobAddresses.emplace_back(list->oob_cl[i].channel, list->oob_cl[i].deviceAddress);
+    for (size_t i = 0; i < n; ++i) {
+        const std::pair<U8, U8> address(list->oob_cl[i].channel, list->oob_cl[i].deviceAddress);
+        if (std::find(lib.oobAddresses.begin(), lib.oobAddresses.end(), address) == lib.oobAddresses.end())
+            lib.oobAddresses.push_back(address);
+    }
 
     // The dispatcher has just tried to read the scenario; a refused one is
     // reported here, once per attempt.
@@ -77,6 +98,7 @@ U32 GetCtrlList(CmdContext& ctx) {
 
 U32 ExitLib(CmdContext& ctx) {
     ctx.lib.initialized = false;
+    ctx.lib.oob = OobState{};
     EndEventDelivery();
     return TL_STATUS_OK;
 }

@@ -69,6 +69,7 @@ void RegisterAll() {
     RegisterForeignCommands();
     RegisterSecurityCommands();
     RegisterEventCommands();
+    RegisterOobCommands();
 }
 
 // The direct-command opcode a block carries, when it is a well-formed
@@ -148,6 +149,7 @@ void MakeHostile(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
     // The registration's identifier is the handle that ends it: garbled, the
     // caller could never unregister (and retries for seconds at exit).
     if (blk->cmdType == TL_SYSTEM_CMD_TYPE && blk->cmd == TL_REGISTER_AEN) return;
+    if (blk->cmdType == TL_OOB_CMD_TYPE && blk->cmd == TL_OOB_REGISTER_OBJ_INFO) return;
     if (blk->cmdType == TL_PASSTHRU_CMD_TYPE && blk->cmd == TL_DCMD_PASSTHRU) {
         if (blk->dataSize != sizeof(_TL_DCMD_INPUT_T)) return;
         auto* in = static_cast<_TL_DCMD_INPUT_T*>(blk->pData);
@@ -195,7 +197,9 @@ U32 Run(Library& lib, _TL_LIB_CMD_PARAM_T* blk) {
     auto it = cmds.find({blk->cmdType, blk->cmd});
     if (it == cmds.end() || !it->second) return TL_STATUS_UNSUPPORTED_CMD;
     CmdContext ctx{lib, ctrl, blk};
-    return it->second(ctx);
+    const U32 status = it->second(ctx);
+    WatchObjects(lib);
+    return status;
 }
 
 } // namespace

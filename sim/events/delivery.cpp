@@ -32,11 +32,17 @@ struct Registration {
     std::vector<Entry> entries;
 };
 
+// An event for an event registration, or (objectCallback set) an object
+// change for an out-of-band object registration. Object registrations
+// are keyed apart from event registrations in `registrationId`.
 struct Notification {
     U32 registrationId = 0;
     pCallBackFunc callback = nullptr;
     _TL_EVENT_DETAIL_T detail{};
+    TL_OBJ_CALLBACK objectCallback = nullptr;
+    _TL_OBJ_DETAIL_T object{};
 };
+constexpr U32 kObjectKey = 0x80000000u;
 
 // What the current command left to do after the library's lock is released.
 struct PendingWork {
@@ -112,7 +118,11 @@ void DeliveryLoop(DeliveryState* s, U64 generation) {
         lock.unlock();
         for (Notification& n : batch) {
             const auto& dropped = s->droppedByCallback;
-            if (std::find(dropped.begin(), dropped.end(), n.registrationId) == dropped.end()) n.callback(&n.detail);
+            if (std::find(dropped.begin(), dropped.end(), n.registrationId) != dropped.end()) continue;
+            if (n.objectCallback != nullptr)
+                n.objectCallback(&n.object);
+            else
+                n.callback(&n.detail);
         }
         s->droppedByCallback.clear();
         lock.lock();
@@ -130,6 +140,8 @@ void LeaveWork(DeliveryState& s, Change change) {
 
 bool OnDeliveryThread(const DeliveryState& s) { return s.threadId.load() == std::this_thread::get_id(); }
 
+void Push(DeliveryState& s, const Notification& n);
+
 // Queues one notification; starts the thread on first use. Caller holds
 // the library's lock.
 void Enqueue(DeliveryState& s, const Registration& r, U32 ctrlWord, const Controller::Event& e) {
@@ -141,6 +153,10 @@ void Enqueue(DeliveryState& s, const Registration& r, U32 ctrlWord, const Contro
     n.detail.ctrlId = ctrlWord;
     n.detail.registrationId = r.uniqueId;
     ToEventRecord(e, n.detail.evtDetail);
+    Push(s, n);
+}
+
+void Push(DeliveryState& s, const Notification& n) {
     std::lock_guard<std::mutex> lock(s.m);
     if (!s.thread.joinable()) {
         s.thread = std::thread(DeliveryLoop, &s, s.generation);
@@ -262,6 +278,30 @@ U32 UnregisterForEvents(U32 uniqueId) {
         s.droppedByCallback.push_back(uniqueId);
     }
     return TL_STATUS_OK;
+}
+
+void EnqueueObject(TL_OBJ_CALLBACK callback, const _TL_OBJ_DETAIL_T& detail) {
+    Notification n;
+    n.registrationId = kObjectKey | detail.registrationId;
+    n.objectCallback = callback;
+    n.object = detail;
+    Push(State(), n);
+}
+
+void EndObjectNotifications(U32 registrationId) {
+    DeliveryState& s = State();
+    const U32 key = kObjectKey | registrationId;
+    if (OnDeliveryThread(s)) {
+        // A callback ending its own registration cannot wait for itself.
+        std::lock_guard<std::mutex> lock(s.m);
+        std::erase_if(s.queue, [key](const Notification& n) { return n.registrationId == key; });
+        s.droppedByCallback.push_back(key);
+        return;
+    }
+    LeaveWork(s, [key](PendingWork& work) {
+        work.waitForUnregistered = true;
+        work.unregisteredId = key;
+    });
 }
 
 void EndEventDelivery() {

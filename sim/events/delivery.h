@@ -17,6 +17,7 @@
 #include <cstddef>
 
 #include "event.h"
+#include "tarsel_oob.h"
 #include "model/model.h"
 
 namespace tarselsim {
@@ -37,6 +38,16 @@ U32 RegisterForEvents(Library& lib, const _TL_REG_AEN_INPUT_T& in, _TL_REG_AEN_O
 // delivered: the command returns when its last callback has returned, and
 // none runs after it.
 U32 UnregisterForEvents(U32 uniqueId);
+
+// Queues one out-of-band object change for the delivery thread, which
+// calls `callback` with it in order with everything else it delivers.
+// Caller holds the library's lock.
+void EnqueueObject(TL_OBJ_CALLBACK callback, const _TL_OBJ_DETAIL_T& detail);
+
+// An object registration ends: like an event registration, the command
+// returns when the object changes queued for it have been delivered (a
+// callback that ends its own registration drops them instead).
+void EndObjectNotifications(U32 registrationId);
 
 // TL_EXIT_LIB: drops every registration; the delivery thread (and a storm
 // in progress) stops and is joined after the command.

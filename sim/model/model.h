@@ -15,6 +15,7 @@
 #include "model/bbu_state.h"
 #include "model/ctrl_state.h"
 #include "model/encl_element.h"
+#include "model/oob.h"
 #include "tarsel.h"
 
 namespace tarselsim {
@@ -332,6 +333,7 @@ struct Library {
     LibParameters libParameters;      // TL_GET_LIB_PARAMETERS / TL_SET_LIB_PARAMETERS
     HostileRecords hostile;
     U32 eventStorm = 0;               // events raised at once after the first registration (sim/events)
+    OobState oob;                     // out-of-band object monitoring (model/oob.h)
 
     // By the low 24 bits; only controllers this library reports (see visible).
     Controller* findController(U32 ctrlId);
