@@ -244,6 +244,7 @@ void RegisterPdCommands() {
     RegisterDcmd(KV_DCMD_PD_COPYBACK_ABORT, CopybackAbort);
     RegisterDcmd(KV_DCMD_LD_TARGETID_QUERY, TargetIdQuery);
     RegisterTicker(AdvanceDrives);
+    RegisterTicker(RemovalTicker);
 }
 
 } // namespace tarselsim

@@ -524,4 +524,34 @@ U32 StopCopyback(Library& lib, Controller& c, Drive& d) {
     return KFI_STAT_OK;
 }
 
+void PullDrive(Library& lib, Controller& c, U16 deviceId) {
+    Drive* d = c.findDrive(deviceId);
+    if (d == nullptr || !IsDiskDevice(*d)) return;
+    if (d->copyBack.active || d->copyBackPartner != 0xFFFF) StopCopyback(lib, c, *d);
+    d->preparedForRemoval = false;
+    if (IsMember(c, *d)) {
+        if (d->state != PD_FAILED && d->state != PD_OFFLINE) {
+            AbortRebuildOf(lib, c, *d);
+            const U16 ref = ArrayOfDrive(c, d->deviceId)->ref;
+            ChangeDriveState(lib, c, *d, PD_FAILED);
+            RecomputeLdStates(lib, c, ref);
+            AutoRebuild(lib, c, *d);
+        }
+        MarkMissing(lib, c, *d);
+    } else if (d->state == PD_HOT_SPARE) {
+        RemoveSpareEntry(c, d->deviceId);
+    }
+    LogPdEvent(lib, c, *d, kEvtPdRemoved, kEvtClassInfo, "Removed: PD " + Id(*d));
+    c.drives.erase(c.drives.begin() + (d - c.drives.data()));
+}
+
+void RemovalTicker(Library& lib, double from, double to) {
+    for (Controller& c : lib.controllers) {
+        std::vector<U16> due;
+        for (const Drive& d : c.drives)
+            if (d.removeAt >= 0 && d.removeAt > from && d.removeAt <= to) due.push_back(d.deviceId);
+        for (U16 id : due) PullDrive(lib, c, id);
+    }
+}
+
 } // namespace tarselsim

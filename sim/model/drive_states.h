@@ -62,6 +62,14 @@ U32 ReplaceMissing(Library& lib, Controller& c, Drive& d, U16 arrayRef, U16 row)
 // A global spare (no arrays) or one dedicated to the arrays.
 U32 MakeSpare(Library& lib, Controller& c, Drive& d, const HotSpare& spare);
 U32 RemoveSpare(Library& lib, Controller& c, Drive& d);
+
+// The drive is pulled out of the controller: a copyback it takes part in
+// stops, a member of an array fails and its place becomes missing, a spare
+// stops being one; then it is gone from the controller (event 0x0073).
+void PullDrive(Library& lib, Controller& c, U16 deviceId);
+
+// Pulls the drives whose scenario removal time lies in (from, to].
+void RemovalTicker(Library& lib, double from, double to);
 U32 PrepareForRemoval(Library& lib, Controller& c, Drive& d);
 U32 UndoPrepareForRemoval(Library& lib, Controller& c, Drive& d);
 U32 StartClear(Library& lib, Controller& c, Drive& d);

@@ -82,6 +82,7 @@ enum EventCode : U32 {
     kEvtPdMarkedMissing = 0x0070,
     kEvtPdReplacedMissing = 0x0071,
     kEvtPdStateChange = 0x0072,
+    kEvtPdRemoved = 0x0073,
     kEvtPdSpareCreated = 0x0075,
     kEvtPdSpareRemoved = 0x0076,
     kEvtPdPreparedForRemoval = 0x0084,

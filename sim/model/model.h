@@ -92,6 +92,7 @@ struct Drive {
     // of any other sector returns zeros (block 0: the boot record above).
     std::map<U64, std::vector<U8>> sectors;
     std::string lockKey;        // key that locked the drive's data (a foreign key; security.h)
+    double removeAt = -1;       // virtual second the drive is pulled out of the controller; -1: never
 };
 
 struct Enclosure {

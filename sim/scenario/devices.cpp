@@ -143,6 +143,7 @@ void ReadDrive(const Node& n, Controller& c, BuildContext& ctx, std::set<U16>& i
     d.peerOwned = t.boolean("peer_owned", false);
     d.temperaturePage = t.boolean("temperature_page", true);
     d.fwDownloadNotAllowed = t.boolean("fw_download_not_allowed", false);
+    d.removeAt = t.real("removed_at", -1.0, 0.0, 1e9);
     ReadProgress(t, "rebuild", d.rebuild);
     ReadProgress(t, "patrol", d.patrol);
     ReadProgress(t, "clear", d.clear);

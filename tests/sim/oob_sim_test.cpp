@@ -268,6 +268,73 @@ TEST_F(SimOob, PollParametersChooseTheObjectsAndAreChecked) {
     EXPECT_EQ(events, 1) << "the logical drive's critical state change; no drive event";
 }
 
+// Ten virtual seconds per command; drive 12 (unconfigured) is pulled at
+// 25 s, drive 11 (a member of the mirror) at 45 s.
+const char kPulled[] = R"(
+[clock]
+mode = "fixed"
+step = 10.0
+[korvane]
+mode = "oob"
+[[korvane.controllers]]
+id = 0
+oob_address = [245, 2]
+[[korvane.controllers.drives]]
+device_id = 10
+size_mb = 1000
+[[korvane.controllers.drives]]
+device_id = 11
+size_mb = 1000
+removed_at = 45.0
+[[korvane.controllers.drives]]
+device_id = 12
+size_mb = 1000
+removed_at = 25.0
+[[korvane.controllers.arrays]]
+ref = 0
+drives = [10, 11]
+[[korvane.controllers.logical_drives]]
+target_id = 0
+raid = 1
+arrays = [0]
+)";
+
+TEST(SimOobRemoval, PulledDrivesShowInTheRemovedBitmapAndTheirArrayDegrades) {
+    {
+        std::lock_guard<std::mutex> lock(gSeen.m);
+        gSeen.objects.clear();
+    }
+    SimLib lib(0, WriteTempFile("oob_pulled.toml", kPulled));
+    ASSERT_EQ(lib.Init(), 0u) << lib.error();
+    const U32 word = lib.CtrlWord(0);
+    _TL_REG_OOB_OBJ_INPUT_T in{};
+    in.count = 1;
+    in.regObjInfo[0].ctrlId = word;
+    in.regObjInfo[0].objType = KV_OOB_OBJ_PD_REMOVED | KV_OOB_OBJ_LD_INFO;
+    in.pFunc = Collect;
+    _TL_REG_OOB_OBJ_OUTPUT_T out{};
+    auto reg = SimLib::Block(TL_OOB_CMD_TYPE, TL_OOB_REGISTER_OBJ_INFO, word, &out, sizeof out);
+    reg.pCmdParam = &in;
+    ASSERT_EQ(lib.Call(reg), 0u);
+    for (int i = 0; i < 5; ++i) {
+        _KV_PD_INFO info{};
+        auto b = SimLib::Block(TL_PD_CMD_TYPE, TL_GET_PD_INFO, word, &info, sizeof info);
+        b.pdRef.deviceId = 10;
+        ASSERT_EQ(lib.Call(b), 0u);
+    }
+    auto removed = WaitFor(KV_OOB_OBJ_PD_REMOVED, 2);
+    ASSERT_EQ(removed.size(), 2u);
+    EXPECT_EQ(removed[0].objInfo.record.removedBitmap[1], 1u << 4) << "drive 12: byte 1, bit 4";
+    EXPECT_EQ(removed[1].objInfo.record.removedBitmap[1], 1u << 3) << "drive 11: byte 1, bit 3";
+    auto lds = WaitFor(KV_OOB_OBJ_LD_INFO, 1);
+    ASSERT_FALSE(lds.empty());
+    EXPECT_EQ(lds.back().objInfo.record.ldInfo.ld[0].state, 2u) << "degraded";
+    _KV_PD_INFO info{};
+    auto b = SimLib::Block(TL_PD_CMD_TYPE, TL_GET_PD_INFO, word, &info, sizeof info);
+    b.pdRef.deviceId = 11;
+    EXPECT_EQ(lib.Call(b), (U32)KFI_STAT_DEVICE_NOT_FOUND) << "gone from the controller";
+}
+
 TEST_F(SimOob, RediscoveryFindsAControllerOnlyAtItsAddress) {
     _TL_CTRL_LIST_T list{};
     list.count = 1;
