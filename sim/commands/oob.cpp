@@ -61,7 +61,7 @@ OobSnapshot Look(const Library& lib, const Controller& c, const _KV_OOB_PARAMS& 
     if (s.bbuPresent) s.bbuFwStatus = BuildBbuStatus(c.bbu).fwStatus.w;
     for (const Drive& d : c.drives) {
         if (d.scsiDevType != 0) continue;  // enclosures and other devices are not drives
-        s.pdTemperature[d.deviceId] = d.temperature;
+        s.pdTemperature[d.deviceId] = {d.deviceId, d.temperature, 0};
         _TL_OOB_PD_ENTRY e{};
         e.deviceId = d.deviceId;
         e.fwState = d.state;
@@ -109,6 +109,21 @@ void Packed(std::vector<_TL_OOB_OBJ_INFO_T>& out, U8 type, const std::vector<Ent
     }
 }
 
+// The entries of `now` that `before` (null: every entry) does not hold
+// with the same value.
+template <typename Key, typename Entry>
+std::vector<Entry> Changed(const std::map<Key, Entry>* before, const std::map<Key, Entry>& now) {
+    std::vector<Entry> changed;
+    for (const auto& [key, e] : now) {
+        if (before) {
+            auto it = before->find(key);
+            if (it != before->end() && memcmp(&it->second, &e, sizeof e) == 0) continue;
+        }
+        changed.push_back(e);
+    }
+    return changed;
+}
+
 // The objects for `now`: every value (`before` null) or those that differ
 // from `before`; only the types `typeMap` includes.
 std::vector<_TL_OOB_OBJ_INFO_T> Objects(const OobSnapshot* before, const OobSnapshot& now, U16 typeMap,
@@ -139,57 +154,30 @@ std::vector<_TL_OOB_OBJ_INFO_T> Objects(const OobSnapshot* before, const OobSnap
         o.record.bbu.fwStatus = now.bbuFwStatus;
         out.push_back(o);  // voltage and current are filled by the caller, which has the unit
     }
-    if (wanted(KV_OOB_OBJ_PD_TEMPERATURE)) {
-        std::vector<_TL_OOB_PD_TEMP_ENTRY> changed;
-        for (const auto& [id, t] : now.pdTemperature) {
-            if (before) {
-                auto it = before->pdTemperature.find(id);
-                if (it != before->pdTemperature.end() && it->second == t) continue;
-            }
-            changed.push_back({id, t, 0});
-        }
-        Packed(out, KV_OOB_OBJ_PD_TEMPERATURE, changed, TL_OOB_PD_TEMP_MAX,
-               [](_TL_OOB_OBJ_RECORD& r, const _TL_OOB_PD_TEMP_ENTRY* e, size_t n) {
+    if (wanted(KV_OOB_OBJ_PD_TEMPERATURE))
+        Packed(out, KV_OOB_OBJ_PD_TEMPERATURE, Changed(before ? &before->pdTemperature : nullptr, now.pdTemperature),
+               TL_OOB_PD_TEMP_MAX, [](_TL_OOB_OBJ_RECORD& r, const _TL_OOB_PD_TEMP_ENTRY* e, size_t n) {
                    r.pdTemp.count = static_cast<U16>(n);
                    std::copy(e, e + n, r.pdTemp.pd);
                });
-    }
-    if (wanted(KV_OOB_OBJ_PD_INFO)) {
-        std::vector<_TL_OOB_PD_ENTRY> changed;
-        for (const auto& [id, e] : now.pdInfo) {
-            if (before) {
-                auto it = before->pdInfo.find(id);
-                if (it != before->pdInfo.end() && memcmp(&it->second, &e, sizeof e) == 0) continue;
-            }
-            changed.push_back(e);
-        }
-        Packed(out, KV_OOB_OBJ_PD_INFO, changed, TL_OOB_PD_INFO_MAX,
+    if (wanted(KV_OOB_OBJ_PD_INFO))
+        Packed(out, KV_OOB_OBJ_PD_INFO, Changed(before ? &before->pdInfo : nullptr, now.pdInfo), TL_OOB_PD_INFO_MAX,
                [](_TL_OOB_OBJ_RECORD& r, const _TL_OOB_PD_ENTRY* e, size_t n) {
                    r.pdInfo.count = static_cast<U16>(n);
                    std::copy(e, e + n, r.pdInfo.pd);
                });
-    }
     if (wanted(KV_OOB_OBJ_PD_REMOVED) && !removed.empty()) {
         _TL_OOB_OBJ_INFO_T o = Object(KV_OOB_OBJ_PD_REMOVED);
         for (U16 id : removed)
             if (id < kRemovedBitmapIds) o.record.removedBitmap[id / 8] |= static_cast<U8>(1u << (id % 8));
         out.push_back(o);
     }
-    if (wanted(KV_OOB_OBJ_LD_INFO)) {
-        std::vector<_TL_OOB_LD_ENTRY> changed;
-        for (const auto& [id, e] : now.ldInfo) {
-            if (before) {
-                auto it = before->ldInfo.find(id);
-                if (it != before->ldInfo.end() && memcmp(&it->second, &e, sizeof e) == 0) continue;
-            }
-            changed.push_back(e);
-        }
-        Packed(out, KV_OOB_OBJ_LD_INFO, changed, TL_OOB_LD_INFO_MAX,
+    if (wanted(KV_OOB_OBJ_LD_INFO))
+        Packed(out, KV_OOB_OBJ_LD_INFO, Changed(before ? &before->ldInfo : nullptr, now.ldInfo), TL_OOB_LD_INFO_MAX,
                [](_TL_OOB_OBJ_RECORD& r, const _TL_OOB_LD_ENTRY* e, size_t n) {
                    r.ldInfo.count = static_cast<U16>(n);
                    std::copy(e, e + n, r.ldInfo.ld);
                });
-    }
     return out;
 }
 

@@ -29,7 +29,7 @@ struct OobSnapshot {
     U8 ctrlTemperature = 0, rocTemperature = 0;
     bool bbuPresent = false;
     U32 bbuFwStatus = 0;
-    std::map<U16, U8> pdTemperature;             // by device id
+    std::map<U16, _TL_OOB_PD_TEMP_ENTRY> pdTemperature;  // by device id
     std::map<U16, _TL_OOB_PD_ENTRY> pdInfo;      // by device id
     std::map<U8, _TL_OOB_LD_ENTRY> ldInfo;       // by target id
 };
